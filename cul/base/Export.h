@@ -1,0 +1,6 @@
+#pragma once
+
+// Both libraries are compiled with hidden visibility. This goes on the classes of the interface
+// and on `__productData`, and on nothing else: what else is visible would be called by somebody
+// and could then never change. Inline members stay local to whoever compiles them.
+#define CUL_EXPORT __attribute__((visibility("default")))

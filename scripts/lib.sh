@@ -1,0 +1,59 @@
+# shellcheck shell=bash
+# Shared by the scripts in this folder: sourced, never run. Leaves the caller at the project's root.
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+
+# What the release build and its tests need.
+# shellcheck disable=SC2034  # used by the scripts that source this one
+build_packages=(g++ cmake ninja-build libgtest-dev libgmock-dev python3)
+
+say() { printf '\n== %s\n' "$*"; }
+
+fail() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit 1
+}
+
+# need PACKAGE…: installs the Debian packages that are missing, and touches nothing when none is.
+need() {
+  local package missing=()
+  if ! command -v dpkg-query >/dev/null; then
+    printf 'Not a Debian system: what these packages hold must be there already: %s\n' "$*" >&2
+    return
+  fi
+  for package; do
+    is_installed "$package" || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  say "installing ${missing[*]}"
+  apt_install "${missing[@]}" || { as_root apt-get -q update && apt_install "${missing[@]}"; } ||
+    fail "apt cannot install what is missing: ${missing[*]}"
+}
+
+is_installed() {
+  [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+apt_install() {
+  as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get -q -y -o Dpkg::Use-Pty=0 install --no-install-recommends "$@"
+}
+
+as_root() {
+  if ((EUID == 0)); then "$@"; else sudo "$@"; fi
+}
+
+# build PRESET [TARGET…]: configures and builds; what was done before is not done again.
+build() {
+  local preset=$1 log=build/$1.configure.log
+  shift
+  say "building the preset '$preset' in build/$preset"
+  mkdir -p build
+  cmake --preset "$preset" >"$log" 2>&1 || { cat "$log" && fail "cannot configure '$preset'"; }
+  cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+# The C++ files that are ours, NUL-terminated.
+sources() {
+  find cul quonutil tools tests bench fuzz examples \
+    \( -name '*.h' -o -name '*.cpp' \) -print0 2>/dev/null | sort -z
+}
