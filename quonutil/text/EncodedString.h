@@ -1,0 +1,68 @@
+#pragma once
+
+#include "quonutil/text/ByteString.h"
+#include "quonutil/text/StringBuffer.h"
+
+class CharString;
+
+/// A text of bytes that knows its encoding.
+///
+/// Comparison is by bytes; the encoding takes no part in it. A text that is appended or joined
+/// takes the left side's encoding. Failures and threads: see StringBuffer.
+class QUONUTIL_EXPORT EncodedString : public StringBuffer<char> {
+ public:
+  /// Both are UTF-8 on this platform. Bytes that are not UTF-8 are kept as they are.
+  enum Encoding : int {
+    kSystemText = 0,   ///< exchanged with the operating system: paths, environment, strerror
+    kLibraryText = 2,  ///< made by callers and by the library itself
+  };
+
+  /// The empty text, of encoding kLibraryText.
+  EncodedString() noexcept = default;
+
+  /// A copy of a C string, which is not null.
+  EncodedString(char const* text, Encoding encoding)
+      : EncodedString(text, static_cast<unsigned int>(std::strlen(text)), encoding) {}
+
+  /// A copy of `length` bytes, zero bytes among them or not.
+  EncodedString(char const* bytes, unsigned int length, Encoding encoding)
+      : StringBuffer(bytes, length), encoding_(encoding) {}
+
+  EncodedString(ByteString const& bytes, Encoding encoding)
+      : EncodedString(bytes.text(), bytes.length(), encoding) {}
+
+  /// The wide text in kLibraryText; see CharString::encoded().
+  EncodedString(CharString const& text);
+
+  Encoding encoding() const noexcept { return encoding_; }
+
+  /// The text's bytes in another encoding. `substitute` stands in for a character that the target
+  /// encoding lacks; it lacks none here, so the bytes stay the same and `substitute` may be null.
+  ByteString convert(Encoding target, char const* substitute) const;
+
+  /// The text in front of, and the text behind, the first `separator`. Without one, all of the
+  /// text stands in front of it and nothing behind it.
+  EncodedString allBefore(unsigned char separator) const;
+  EncodedString allAfter(unsigned char separator) const;
+
+  EncodedString& operator+=(EncodedString const& other) {
+    append(other.data(), other.length());
+    return *this;
+  }
+
+ private:
+  Encoding encoding_ = kLibraryText;
+};
+
+inline bool operator==(EncodedString const& left, EncodedString const& right) noexcept {
+  return left.sameElements(right);
+}
+inline bool operator!=(EncodedString const& left, EncodedString const& right) noexcept {
+  return !left.sameElements(right);
+}
+
+/// Both texts joined, in one allocation or, when the result is short, in none.
+QUONUTIL_EXPORT EncodedString operator+(EncodedString const& left, EncodedString const& right);
+
+/// True when the texts are equal but for the case of the letters A to Z. `left` is not null.
+QUONUTIL_EXPORT bool compareCaseInsensitive(char const* left, EncodedString const& right) noexcept;

@@ -1,0 +1,108 @@
+#include "quonutil/text/StringBuffer.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+namespace {
+
+// Page faults are most of what filling a large fresh buffer costs, and a large page takes 512 of
+// them at once. Below a few MiB the alignment wastes more than it wins.
+constexpr std::size_t kLargeBytes = std::size_t{4} << 20;
+constexpr std::align_val_t kLargePage{std::size_t{2} << 20};
+
+constexpr unsigned int kLongest = std::numeric_limits<unsigned int>::max() - 1;
+
+template <class T>
+std::size_t byteSize(unsigned int room) {
+  return (std::size_t{room} + 1) * sizeof(T);
+}
+
+}  // namespace
+
+template <class T>
+T* StringBuffer<T>::allocate(unsigned int room) {
+  std::size_t const bytes = byteSize<T>(room);
+  if (bytes < kLargeBytes) return static_cast<T*>(::operator new(bytes));
+  void* const block = ::operator new(bytes, kLargePage);
+  // A wish, not a need: without large pages the buffer is only slower.
+  static_cast<void>(::madvise(block, bytes, MADV_HUGEPAGE));
+  return static_cast<T*>(block);
+}
+
+template <class T>
+void StringBuffer<T>::deallocate(T* elements, unsigned int room) noexcept {
+  if (byteSize<T>(room) < kLargeBytes) {
+    ::operator delete(elements);
+  } else {
+    ::operator delete(elements, kLargePage);
+  }
+}
+
+template <class T>
+void StringBuffer<T>::replaceStorage(T* elements, unsigned int room) noexcept {
+  release();
+  elements_ = elements;
+  room_ = room;
+}
+
+template <class T>
+void StringBuffer<T>::makeBuffer(unsigned int count) {
+  if (count > room_) replaceStorage(allocate(count), count);
+  setLength(count);
+}
+
+template <class T>
+void StringBuffer<T>::reserve(unsigned int count) {
+  if (count <= room_) return;
+  T* const larger = allocate(count);
+  std::memcpy(larger, elements_, (std::size_t{length_} + 1) * sizeof(T));
+  replaceStorage(larger, count);
+}
+
+template <class T>
+void StringBuffer<T>::copyLong(StringBuffer const& other) {
+  elements_ = allocate(other.length_);
+  room_ = other.length_;
+  std::memcpy(elements_, other.elements_, std::size_t{other.length_} * sizeof(T));
+  setLength(other.length_);
+}
+
+template <class T>
+void StringBuffer<T>::assignLong(T const* elements, unsigned int count) {
+  T* const larger = allocate(count);
+  std::memcpy(larger, elements, std::size_t{count} * sizeof(T));
+  replaceStorage(larger, count);
+  setLength(count);
+}
+
+template <class T>
+void StringBuffer<T>::appendLong(T const* elements, unsigned int count) {
+  std::size_t const needed = std::size_t{length_} + count;
+  if (needed > kLongest) throw std::length_error("StringBuffer: longer than 32 bits can count");
+  std::size_t const room =
+      std::min<std::size_t>(std::max(needed, std::size_t{room_} * 2), kLongest);
+  T* const larger = allocate(static_cast<unsigned int>(room));
+  std::memcpy(larger, elements_, std::size_t{length_} * sizeof(T));
+  std::memcpy(larger + length_, elements, std::size_t{count} * sizeof(T));
+  replaceStorage(larger, static_cast<unsigned int>(room));
+  setLength(static_cast<unsigned int>(needed));
+}
+
+template <class T>
+unsigned int StringBuffer<T>::indexOf(T element, unsigned int start) const noexcept {
+  unsigned int const first = start == 0 ? 0 : start - 1;
+  if (first >= length_) return 0;
+  T const* const begin = elements_;
+  T const* const end = begin + length_;
+  T const* const found = std::find(begin + first, end, element);
+  return found == end ? 0 : static_cast<unsigned int>(found - begin) + 1;
+}
+
+template class StringBuffer<char>;
+template class StringBuffer<unsigned char>;
+template class StringBuffer<wchar_t>;

@@ -1,0 +1,151 @@
+#pragma once
+
+#include <cstring>
+#include <type_traits>
+
+#include "quonutil/Export.h"
+
+/// A run of elements: what the text types and ByteString are made of.
+///
+/// The length is an unsigned 32-bit count. Behind the last element stands a zero element that the
+/// length does not count, so that `data()` serves as a C string. Short contents, up to 15 bytes or
+/// 7 wide characters, lie inside the object and cost no allocation. Positions count from 1; 0
+/// means "not found".
+///
+/// A buffer of 4 MiB or more asks the system for large pages. No element is touched before
+/// somebody writes it.
+///
+/// Throws std::bad_alloc when memory runs out and std::length_error when a length does not fit in
+/// 32 bits; the contents are then what they were before. An object that nobody changes may be
+/// read by any number of threads.
+template <class T>
+class StringBuffer {
+  static_assert(std::is_trivially_copyable<T>::value, "elements are moved as plain bytes");
+
+ public:
+  StringBuffer() noexcept : elements_(short_), length_(0), room_(kShortRoom) { short_[0] = T(); }
+  StringBuffer(T const* elements, unsigned int count) : StringBuffer() { assign(elements, count); }
+  StringBuffer(StringBuffer const& other) : elements_(short_), room_(kShortRoom) {
+    if (other.length_ <= kShortRoom) {
+      copyShort(other);
+    } else {
+      copyLong(other);
+    }
+  }
+  StringBuffer(StringBuffer&& other) noexcept : elements_(short_), room_(kShortRoom) {
+    take(other);
+  }
+  ~StringBuffer() { release(); }
+
+  StringBuffer& operator=(StringBuffer const& other) {
+    if (this != &other) assign(other.elements_, other.length_);
+    return *this;
+  }
+  StringBuffer& operator=(StringBuffer&& other) noexcept {
+    if (this != &other) {
+      release();
+      take(other);
+    }
+    return *this;
+  }
+
+  /// The number of elements, the terminating zero not among them.
+  unsigned int length() const noexcept { return length_; }
+  bool isEmpty() const noexcept { return length_ == 0; }
+
+  /// The elements, ended by a zero. Borrowed: valid until the object changes or goes.
+  T const* data() const noexcept { return elements_; }
+  T* data() noexcept { return elements_; }
+
+  /// Makes the length exactly `count`. What the elements then hold is unspecified; the caller
+  /// fills them.
+  void makeBuffer(unsigned int count);
+
+  /// Makes room for `count` elements, so that appends up to that length do not allocate.
+  void reserve(unsigned int count);
+
+  /// Replaces the contents by a copy of `count` elements, which may lie in this very object.
+  void assign(T const* elements, unsigned int count) {
+    if (count <= room_) {
+      if (count != 0) std::memmove(elements_, elements, count * sizeof(T));
+      setLength(count);
+    } else {
+      assignLong(elements, count);
+    }
+  }
+
+  /// Puts a copy of `count` elements, which may lie in this very object, behind the contents.
+  void append(T const* elements, unsigned int count) {
+    if (count <= room_ - length_) {
+      if (count != 0) std::memmove(elements_ + length_, elements, count * sizeof(T));
+      setLength(length_ + count);
+    } else {
+      appendLong(elements, count);
+    }
+  }
+
+  /// Cuts the contents to their first `count` elements; shorter ones stay as they are.
+  void cut(unsigned int count) noexcept {
+    if (count < length_) setLength(count);
+  }
+
+  /// Empties the contents and keeps the storage.
+  void clear() noexcept { setLength(0); }
+
+  /// The position of the first `element` at or behind position `start`, or 0. A `start` of 0
+  /// counts as 1.
+  unsigned int indexOf(T element, unsigned int start) const noexcept;
+
+  /// True when both hold the same elements. Room plays no part, nor does what a derived type adds.
+  bool sameElements(StringBuffer const& other) const noexcept {
+    return length_ == other.length_ &&
+           std::memcmp(elements_, other.elements_, length_ * sizeof(T)) == 0;
+  }
+
+ private:
+  static constexpr unsigned int kShortRoom = sizeof(T) == 1 ? 15 : 7;
+
+  static T* allocate(unsigned int room);
+  static void deallocate(T* elements, unsigned int room) noexcept;
+
+  void setLength(unsigned int length) noexcept {
+    length_ = length;
+    elements_[length] = T();
+  }
+  void release() noexcept {
+    if (elements_ != short_) deallocate(elements_, room_);
+  }
+  // Always the whole inner array: of constant size it is two or four moves and no call. An outer
+  // buffer is never smaller than the inner one.
+  void copyShort(StringBuffer const& other) noexcept {
+    std::memcpy(short_, other.elements_, sizeof short_);
+    length_ = other.length_;
+  }
+  void take(StringBuffer& other) noexcept {
+    elements_ = short_;
+    room_ = kShortRoom;
+    if (other.elements_ == other.short_) {
+      copyShort(other);
+    } else {
+      elements_ = other.elements_;
+      length_ = other.length_;
+      room_ = other.room_;
+      other.elements_ = other.short_;
+      other.room_ = kShortRoom;
+    }
+    other.setLength(0);
+  }
+  void copyLong(StringBuffer const& other);
+  void assignLong(T const* elements, unsigned int count);
+  void appendLong(T const* elements, unsigned int count);
+  void replaceStorage(T* elements, unsigned int room) noexcept;
+
+  T* elements_;
+  unsigned int length_;
+  unsigned int room_;  // elements that fit, the terminating zero not among them
+  T short_[kShortRoom + 1];
+};
+
+extern template class QUONUTIL_EXPORT StringBuffer<char>;
+extern template class QUONUTIL_EXPORT StringBuffer<unsigned char>;
+extern template class QUONUTIL_EXPORT StringBuffer<wchar_t>;
