@@ -1,0 +1,16 @@
+#pragma once
+
+/// A time as the system stamps files with it: seconds since the Epoch (POSIX), 64 bits, signed.
+class TimeDateStamp {
+ public:
+  static constexpr long kUnknown = -1;
+
+  constexpr TimeDateStamp() noexcept = default;
+  constexpr explicit TimeDateStamp(long seconds) noexcept : seconds_(seconds) {}
+
+  constexpr long seconds() const noexcept { return seconds_; }
+  constexpr bool isKnown() const noexcept { return seconds_ != kUnknown; }
+
+ private:
+  long seconds_ = kUnknown;
+};
