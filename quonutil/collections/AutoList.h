@@ -1,0 +1,14 @@
+#pragma once
+
+#include "quonutil/collections/List.h"
+
+/// A List that owns its elements: it deletes those it still holds, from the last to the first,
+/// when it is destroyed. An element that is removed belongs to whoever removed it.
+template <class T>
+class AutoList : public List<T> {
+ public:
+  using List<T>::List;
+  AutoList(AutoList const&) = delete;
+  AutoList& operator=(AutoList const&) = delete;
+  ~AutoList() { this->deleteElements(); }
+};
