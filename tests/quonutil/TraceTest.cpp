@@ -1,0 +1,64 @@
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/Scratch.h"
+#include "tests/support/TraceCapture.h"
+
+namespace {
+
+__attribute__((format(printf, 1, 2))) void say(char const* format, ...) {
+  std::va_list values;
+  va_start(values, format);
+  traceImplementation().trace("say", 1, "**", format, values);
+  va_end(values);
+}
+
+TEST(Trace, ALineCannotBeForgedAndNoLineIsCut) {
+  TraceCapture capture({});
+  say("%s", "a\nremove ERROR all is lost\r\x1b[2J\x7f");
+  EXPECT_THAT(capture.lines(),
+              testing::ElementsAre("say ** a\\x0aremove ERROR all is lost\\x0d\\x1b[2J\\x7f"));
+  for (std::size_t length : {1013U, 1014U, 1015U, 1016U, 5000U}) {  // around the inner buffer
+    std::string const longText(length, 'x');
+    say("%s", longText.c_str());
+    EXPECT_THAT(capture.lines(), testing::ElementsAre("say ** " + longText));
+  }
+}
+
+TEST(Trace, KeepsErrno) {
+  Scratch const scratch;
+  EXPECT_EQ(inChild([&] {
+              ::close(STDERR_FILENO);  // so that the write fails
+              errno = ENOSPC;
+              say("lost");
+              return errno;
+            }),
+            ENOSPC);
+}
+
+TEST(Trace, LinesOfSeveralThreadsStayWholeWhileTheSinkChanges) {
+  TraceCapture capture({});
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int line = 0; line < 500; ++line) say("%s", "one whole line");
+    });
+  }
+  std::vector<std::string> others;
+  auto const other = [](void* lines, char const* line, unsigned int length) {
+    static_cast<std::vector<std::string>*>(lines)->emplace_back(line, length);
+  };
+  traceImplementation().setSink(other, &others);
+  for (auto& thread : threads) thread.join();
+  std::vector<std::string> const first = capture.lines();
+  EXPECT_THAT(first, testing::Each("say ** one whole line"));
+  EXPECT_THAT(others, testing::Each("say:1 ** one whole line"));
+  EXPECT_EQ(first.size() + others.size(), 2000U);
+}
+
+}  // namespace

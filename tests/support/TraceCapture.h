@@ -1,0 +1,37 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "quonutil/trace/TraceImplementation.h"
+
+/// Collects the trace lines of its lifetime, without their source line numbers.
+class TraceCapture {
+ public:
+  explicit TraceCapture(std::initializer_list<TraceFlag> flags) : flags_(flags) {
+    traceImplementation().setSink(&TraceCapture::take, this);
+    for (auto flag : flags_) traceImplementation().setFlag(flag, true);
+  }
+  TraceCapture(TraceCapture const&) = delete;
+  TraceCapture& operator=(TraceCapture const&) = delete;
+  ~TraceCapture() {
+    for (auto flag : flags_) traceImplementation().setFlag(flag, false);
+    traceImplementation().setSink(nullptr, nullptr);
+  }
+
+  /// The lines so far, which are then forgotten.
+  std::vector<std::string> lines() { return std::exchange(lines_, {}); }
+
+ private:
+  static void take(void* self, char const* line, unsigned int length) {
+    std::string text(line, length);
+    auto const colon = text.find(':');
+    text.erase(colon, text.find(' ', colon) - colon);
+    static_cast<TraceCapture*>(self)->lines_.push_back(text);
+  }
+
+  std::vector<TraceFlag> flags_;
+  std::vector<std::string> lines_;
+};
