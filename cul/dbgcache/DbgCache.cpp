@@ -1,0 +1,70 @@
+#include "cul/dbgcache/DbgCache.h"
+
+#include <cstdio>
+
+#include "cul/dbgcache/DbgCacheUnix.h"
+#include "quonutil/settings/DebuggerParameters.h"
+#include "quonutil/settings/DebuggerSettings.h"
+
+namespace {
+
+constexpr unsigned int kDefaultHours = 48;
+
+DebuggerSettings::Setting& cacheSetting() {
+  return DebuggerSettings::instance()->setting(DebuggerSettings::kDebugInformationCache);
+}
+
+bool contains(EncodedString const& text, char character) { return text.indexOf(character, 1) != 0; }
+
+bool asksForFlush(EncodedString const& mode) {
+  return mode.length() == 5 && compareCaseInsensitive("flush", mode);
+}
+
+}  // namespace
+
+DbgCache::DbgCache() : expiryHours(kDefaultHours) {}
+
+DbgCache::~DbgCache() = default;
+
+DbgCache* DbgCache::instance() {
+  static DbgCache* cache = nullptr;
+  if (cache == nullptr) cache = new DbgCacheUnix;
+  return cache;
+}
+
+EncodedString DbgCache::getCacheParameter(bool& flush, char separator) {
+  flush = false;
+  unsigned int const hoursBefore = expiryHours;
+  EncodedString text = DebuggerParameters::instance()->parm(DebuggerParameters::kCacheParameter);
+  if (text.isEmpty()) text = cacheSetting().value;
+  if (!contains(text, separator)) return text;
+
+  auto const mark = static_cast<unsigned char>(separator);
+  EncodedString hours = text.allAfter(mark);
+  if (contains(hours, separator)) {
+    flush = asksForFlush(hours.allAfter(mark));
+    hours = hours.allBefore(mark);
+  }
+  // By sscanf's rule: blanks in front, then digits, then anything.
+  if (!hours.isEmpty()) static_cast<void>(std::sscanf(hours.data(), "%u", &expiryHours));
+  if (expiryHours == 0) expiryHours = hoursBefore;
+  return text.allBefore(mark);
+}
+
+EncodedString DbgCache::makeFileName(FileName const& file, MD5 const* digest) {
+  EncodedString name = file.short_name();
+  if (digest == nullptr) return name;
+  name += EncodedString(".", EncodedString::kLibraryText);
+  name += digest->asString(MD5::kHexadecimal);
+  return name;
+}
+
+void DbgCache::startRemovalTimer(bool flush, char separator) {
+  char fields[sizeof ":4294967295:noflush"];
+  std::snprintf(fields, sizeof fields, "%c%u%c%s", separator, expiryHours, separator,
+                flush ? "flush" : "noflush");
+  EncodedString parameter;
+  if (!contains(cacheDirectory, separator)) parameter = cacheDirectory;
+  parameter += EncodedString(fields, EncodedString::kLibraryText);
+  DebuggerSettings::instance()->store(cacheSetting(), parameter);
+}
