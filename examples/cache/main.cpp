@@ -1,0 +1,76 @@
+// cul-demo: the debug-information cache at its work, on real files.
+//
+//   cul-demo            with the debug information of this process's C library
+//   cul-demo FILE...    with these files
+//
+// Everything it writes lies in a temporary directory, which it removes. It ends with 0 when every
+// comparison held.
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+#include "Demo.h"
+#include "quonutil/settings/DebuggerParameters.h"
+
+namespace {
+
+constexpr std::size_t kMostShown = 20;
+
+void summarize(Demo& demo) {
+  demo.display.heading("Summary");
+  demo.display.line("%zu files, %s bytes; %s ranges compared; %u failures provoked; %.1f s",
+                    demo.originals.size(), grouped(demo.bytes).c_str(),
+                    grouped(demo.ranges).c_str(), demo.failures, secondsSince(demo.start));
+  if (demo.checks.broken().empty()) demo.display.line("Every comparison held.");
+}
+
+// Shows what did not hold.
+int exitStatus(Demo& demo) {
+  auto const& broken = demo.checks.broken();
+  if (broken.empty()) return EXIT_SUCCESS;
+  demo.display.line("%zu did not hold:", broken.size());
+  for (std::size_t i = 0; i < broken.size() && i < kMostShown; ++i) {
+    demo.display.line("  %s", broken[i].c_str());
+  }
+  return EXIT_FAILURE;
+}
+
+// The cache lies where nobody else has one: the default directory is in the home directory.
+int run(std::vector<DebugFile> const& files) {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that goes, as "head" does, leaves us to clean up
+  Scratch const scratch;
+  ::setenv("HOME", scratch.directory("home").c_str(), 1);
+  DebuggerParameters::instance()->setParm(DebuggerParameters::kCacheParameter,
+                                          systemText(kParameter));
+  Demo demo;
+  storeFiles(demo, files);
+  checkDigests(demo);
+  readBack(demo);
+  runSecondProcess(demo, scratch);
+  provokeFailures(demo);
+  summarize(demo);
+  return exitStatus(demo);
+}
+
+int runAsSecond(std::vector<std::string> const& words) {
+  Demo demo;
+  beSecondProcess(demo, words[1], {words.begin() + 2, words.end()});
+  return exitStatus(demo);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> const words(argv + 1, argv + argc);
+  try {
+    if (words.size() > 2 && words[0] == kSecondProcess) return runAsSecond(words);
+    std::vector<DebugFile> files;
+    for (auto const& word : words) files.push_back({word.substr(word.rfind('/') + 1), word});
+    return run(files.empty() ? debugFilesOfThisProcess() : files);
+  } catch (std::exception const& failure) {
+    std::fprintf(stderr, "cul-demo: %s\n", failure.what());
+    return EXIT_FAILURE;
+  }
+}
