@@ -151,10 +151,11 @@ char const* readRange(Descriptor const& copy, Range const& range,
 ByteString* DbgCacheUnix::readFile(FileName const& file, MD5 const* digest, unsigned int offset,
                                    unsigned int size) {
   if (cacheDirectory.isEmpty()) return nullptr;
+  EncodedString const path = pathOf(file, digest);  // outlives the reading of errno
   Range range{offset, size};
   Descriptor copy;
   std::unique_ptr<ByteString> bytes;
-  char const* failed = openCopy(pathOf(file, digest).data(), copy);
+  char const* failed = openCopy(path.data(), copy);
   if (failed == nullptr) failed = fitRange(copy, range);
   if (failed == nullptr) failed = readRange(copy, range, bytes);
   if (failed == nullptr) return bytes.release();
@@ -178,7 +179,8 @@ void DbgCacheUnix::remove(FileName const& file, MD5 const* digest) {
     removeMatching(file + libraryText(".*"));
     return;
   }
-  if (::unlink(pathOf(file, digest).data()) == 0) return;
+  EncodedString const path = pathOf(file, digest);
+  if (::unlink(path.data()) == 0) return;
   int const error = errno;
   if (auto* trace = tracing(TraceFlag::vkt)) {
     trace->taggedTrace("remove", __LINE__, "VKT", "%s failed - errno = %d", "::unlink", error);
