@@ -54,8 +54,10 @@ EncodedString DbgCache::getCacheParameter(bool& flush, char separator) {
 EncodedString DbgCache::makeFileName(FileName const& file, MD5 const* digest) {
   EncodedString name = file.short_name();
   if (digest == nullptr) return name;
-  name += EncodedString(".", EncodedString::kLibraryText);
-  name += digest->asString(MD5::kHexadecimal);
+  EncodedString const text = digest->asString(MD5::kHexadecimal);
+  name.reserve(name.length() + 1 + text.length());
+  name.append(".", 1);
+  name += text;
   return name;
 }
 

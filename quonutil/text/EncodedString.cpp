@@ -33,15 +33,6 @@ EncodedString EncodedString::allAfter(unsigned char separator) const {
   return EncodedString(data() + position, length() - position, encoding_);
 }
 
-EncodedString operator+(EncodedString const& left, EncodedString const& right) {
-  EncodedString joined("", left.encoding());
-  // A sum that does not fit is refused by the append.
-  joined.reserve(left.length() + right.length());
-  joined += left;
-  joined += right;
-  return joined;
-}
-
 bool compareCaseInsensitive(char const* left, EncodedString const& right) noexcept {
   std::size_t const length = right.length();
   if (std::strlen(left) != length) return false;

@@ -50,7 +50,15 @@ class QUONUTIL_EXPORT EncodedString : public StringBuffer<char> {
     return *this;
   }
 
+  /// Both texts joined, in one allocation or, when the result is short, in none.
+  friend EncodedString operator+(EncodedString const& left, EncodedString const& right) {
+    return EncodedString(left, right);
+  }
+
  private:
+  EncodedString(EncodedString const& left, EncodedString const& right)
+      : StringBuffer(left, right), encoding_(left.encoding_) {}
+
   Encoding encoding_ = kLibraryText;
 };
 
@@ -60,9 +68,6 @@ inline bool operator==(EncodedString const& left, EncodedString const& right) no
 inline bool operator!=(EncodedString const& left, EncodedString const& right) noexcept {
   return !left.sameElements(right);
 }
-
-/// Both texts joined, in one allocation or, when the result is short, in none.
-QUONUTIL_EXPORT EncodedString operator+(EncodedString const& left, EncodedString const& right);
 
 /// True when the texts are equal but for the case of the letters A to Z. `left` is not null.
 QUONUTIL_EXPORT bool compareCaseInsensitive(char const* left, EncodedString const& right) noexcept;

@@ -73,6 +73,17 @@ void StringBuffer<T>::copyLong(StringBuffer const& other) {
 }
 
 template <class T>
+void StringBuffer<T>::joinLong(StringBuffer const& first, StringBuffer const& second) {
+  std::size_t const length = std::size_t{first.length_} + second.length_;
+  if (length > kLongest) throw std::length_error("StringBuffer: longer than 32 bits can count");
+  elements_ = allocate(static_cast<unsigned int>(length));
+  room_ = static_cast<unsigned int>(length);
+  std::memcpy(elements_, first.elements_, std::size_t{first.length_} * sizeof(T));
+  std::memcpy(elements_ + first.length_, second.elements_, std::size_t{second.length_} * sizeof(T));
+  setLength(room_);
+}
+
+template <class T>
 void StringBuffer<T>::assignLong(T const* elements, unsigned int count) {
   T* const larger = allocate(count);
   std::memcpy(larger, elements, std::size_t{count} * sizeof(T));

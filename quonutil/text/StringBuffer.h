@@ -18,6 +18,9 @@
 /// Throws std::bad_alloc when memory runs out and std::length_error when a length does not fit in
 /// 32 bits; the contents are then what they were before. An object that nobody changes may be
 /// read by any number of threads.
+///
+/// What is not inline is in the library, for char, unsigned char and wchar_t; the rest is compiled
+/// by each caller and exported by nobody.
 template <class T>
 class StringBuffer {
   static_assert(std::is_trivially_copyable<T>::value, "elements are moved as plain bytes");
@@ -34,6 +37,16 @@ class StringBuffer {
   }
   StringBuffer(StringBuffer&& other) noexcept : elements_(short_), room_(kShortRoom) {
     take(other);
+  }
+  /// Both contents, one behind the other, in one allocation or, when they are short, in none.
+  StringBuffer(StringBuffer const& first, StringBuffer const& second)
+      : elements_(short_), room_(kShortRoom) {
+    if (first.length_ <= kShortRoom && second.length_ <= kShortRoom - first.length_) {
+      copyShort(first);
+      append(second.elements_, second.length_);
+    } else {
+      joinLong(first, second);
+    }
   }
   ~StringBuffer() { release(); }
 
@@ -59,10 +72,10 @@ class StringBuffer {
 
   /// Makes the length exactly `count`. What the elements then hold is unspecified; the caller
   /// fills them.
-  void makeBuffer(unsigned int count);
+  QUONUTIL_EXPORT void makeBuffer(unsigned int count);
 
   /// Makes room for `count` elements, so that appends up to that length do not allocate.
-  void reserve(unsigned int count);
+  QUONUTIL_EXPORT void reserve(unsigned int count);
 
   /// Replaces the contents by a copy of `count` elements, which may lie in this very object.
   void assign(T const* elements, unsigned int count) {
@@ -94,7 +107,7 @@ class StringBuffer {
 
   /// The position of the first `element` at or behind position `start`, or 0. A `start` of 0
   /// counts as 1.
-  unsigned int indexOf(T element, unsigned int start) const noexcept;
+  QUONUTIL_EXPORT unsigned int indexOf(T element, unsigned int start) const noexcept;
 
   /// True when both hold the same elements. Room plays no part, nor does what a derived type adds.
   bool sameElements(StringBuffer const& other) const noexcept {
@@ -106,7 +119,7 @@ class StringBuffer {
   static constexpr unsigned int kShortRoom = sizeof(T) == 1 ? 15 : 7;
 
   static T* allocate(unsigned int room);
-  static void deallocate(T* elements, unsigned int room) noexcept;
+  QUONUTIL_EXPORT static void deallocate(T* elements, unsigned int room) noexcept;
 
   void setLength(unsigned int length) noexcept {
     length_ = length;
@@ -135,9 +148,10 @@ class StringBuffer {
     }
     other.setLength(0);
   }
-  void copyLong(StringBuffer const& other);
-  void assignLong(T const* elements, unsigned int count);
-  void appendLong(T const* elements, unsigned int count);
+  QUONUTIL_EXPORT void copyLong(StringBuffer const& other);
+  QUONUTIL_EXPORT void joinLong(StringBuffer const& first, StringBuffer const& second);
+  QUONUTIL_EXPORT void assignLong(T const* elements, unsigned int count);
+  QUONUTIL_EXPORT void appendLong(T const* elements, unsigned int count);
   void replaceStorage(T* elements, unsigned int room) noexcept;
 
   T* elements_;
@@ -145,7 +159,3 @@ class StringBuffer {
   unsigned int room_;  // elements that fit, the terminating zero not among them
   T short_[kShortRoom + 1];
 };
-
-extern template class QUONUTIL_EXPORT StringBuffer<char>;
-extern template class QUONUTIL_EXPORT StringBuffer<unsigned char>;
-extern template class QUONUTIL_EXPORT StringBuffer<wchar_t>;
