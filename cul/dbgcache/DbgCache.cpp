@@ -16,10 +16,6 @@ DebuggerSettings::Setting& cacheSetting() {
 
 bool contains(EncodedString const& text, char character) { return text.indexOf(character, 1) != 0; }
 
-bool asksForFlush(EncodedString const& mode) {
-  return mode.length() == 5 && compareCaseInsensitive("flush", mode);
-}
-
 }  // namespace
 
 DbgCache::DbgCache() : expiryHours(kDefaultHours) {}
@@ -40,15 +36,14 @@ EncodedString DbgCache::getCacheParameter(bool& flush, char separator) {
   if (!contains(text, separator)) return text;
 
   auto const mark = static_cast<unsigned char>(separator);
-  EncodedString hours = text.allAfter(mark);
-  if (contains(hours, separator)) {
-    flush = asksForFlush(hours.allAfter(mark));
-    hours = hours.allBefore(mark);
-  }
+  EncodedString const directory = text.allBefore(mark);
+  EncodedString const rest = text.allAfter(mark);
+  EncodedString const hours = rest.allBefore(mark);
+  flush = compareCaseInsensitive("flush", rest.allAfter(mark));
   // By sscanf's rule: blanks in front, then digits, then anything.
   if (!hours.isEmpty()) static_cast<void>(std::sscanf(hours.data(), "%u", &expiryHours));
   if (expiryHours == 0) expiryHours = hoursBefore;
-  return text.allBefore(mark);
+  return directory;
 }
 
 EncodedString DbgCache::makeFileName(FileName const& file, MD5 const* digest) {

@@ -142,6 +142,7 @@ char const* readRange(Descriptor const& copy, Range const& range,
                       std::unique_ptr<ByteString>& bytes) {
   if (::lseek(copy.get(), range.offset, SEEK_SET) != off_t{range.offset}) return "::lseek";
   bytes = std::make_unique<ByteString>(range.size);
+  errno = 0;  // a read that comes short, of a copy that is being written, leaves it as it was
   if (::read(copy.get(), bytes->data(), range.size) != ssize_t{range.size}) return "::read";
   return nullptr;
 }

@@ -5,7 +5,7 @@
 /// The cache on a Unix file system. What the operations do: see DbgCache.
 ///
 /// Each failure is one trace line. It names the step that failed and the errno which that left; a
-/// write that came short leaves 0, and "offset" and "offset+size" leave what was there before:
+/// transfer that came short leaves 0, and "offset" and "offset+size" leave what was there before:
 ///
 ///   operation           flag     line
 ///   addFile             vkt      addFile VKT <::open or ::write> failed - errno = N
@@ -14,7 +14,13 @@
 ///   remove, digest      vkt      remove VKT ::unlink failed - errno = N
 ///   removeFile          error    removeFile ERROR errno = N when removing file PATH from cache
 ///                       detail   removeFile ** File PATH removed from cache
-///   remove, hours       error    remove ERROR Cannot open directory PATH, and the like
+///   remove, hours       error    remove ERROR Cannot open directory PATH
+///                                remove ERROR Cannot stat file NAME in cache (errno = N)
+///                                remove ERROR Cannot remove file NAME from cache (errno = N)
+///                       detail   remove ** Removing files in cache directory PATH older than N
+///                                hours
+///                                remove ** Clearing cache directory PATH
+///                                remove ** File NAME removed from cache
 ///
 /// An unusable cache traces "Invalid cache" (addFile and remove under vkt, actualName under error)
 /// or "Invalid cache directory" (the removal by age, under error), or nothing (readFile).

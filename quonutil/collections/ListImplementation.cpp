@@ -62,16 +62,18 @@ void ListImplementation::makeGap(unsigned int index) {
   bool const front = index < count_ - index;
   if ((front ? spareInFront() : spareBehind()) == 0) {
     // Sliding the entries over is worth it only when the place it wins is as long as they are:
-    // then a queue that is filled at one end and emptied at the other never grows nor crawls.
-    unsigned int const spare = room_ - count_;
+    // then a queue that is filled at one end and emptied at the other never grows nor crawls. The
+    // spare places go to both ends, so that entries may come to the two in turn.
+    unsigned int spare = room_ - count_;
     if (spare > count_) {
-      moveTo(front ? spare : 0);
+      moveTo(front ? spare - spare / 2 : spare / 2);
     } else {
       unsigned int const growth = std::max({step_, count_ / 2, 1U});
       if (growth > std::numeric_limits<unsigned int>::max() - room_) {
         throw std::length_error("List: more entries than 32 bits can count");
       }
-      relocate(room_ + growth, front ? spare + growth : 0);
+      spare += growth;
+      relocate(room_ + growth, front ? spare - spare / 2 : spare / 2);
     }
   }
   if (front) {

@@ -62,8 +62,7 @@ unsigned int encodeOne(wchar_t character, char* out) {
 
 }  // namespace
 
-CharString::CharString(wchar_t const* text)
-    : StringBuffer(text, static_cast<unsigned int>(std::wcslen(text))) {}
+CharString::CharString(wchar_t const* text) : StringBuffer(text, counted(std::wcslen(text))) {}
 
 void CharString::loadFrom(char const* bytes, unsigned int length,
                           EncodedString::Encoding /*encoding*/) {

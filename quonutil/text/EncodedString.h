@@ -22,7 +22,7 @@ class QUONUTIL_EXPORT EncodedString : public StringBuffer<char> {
 
   /// A copy of a C string, which is not null.
   EncodedString(char const* text, Encoding encoding)
-      : EncodedString(text, static_cast<unsigned int>(std::strlen(text)), encoding) {}
+      : EncodedString(text, counted(std::strlen(text)), encoding) {}
 
   /// A copy of `length` bytes, zero bytes among them or not.
   EncodedString(char const* bytes, unsigned int length, Encoding encoding)

@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <limits>
 #include <new>
@@ -15,7 +16,7 @@ namespace {
 constexpr std::size_t kLargeBytes = std::size_t{4} << 20;
 constexpr std::align_val_t kLargePage{std::size_t{2} << 20};
 
-constexpr unsigned int kLongest = std::numeric_limits<unsigned int>::max() - 1;
+constexpr unsigned int kLongest = std::numeric_limits<unsigned int>::max();
 
 template <class T>
 std::size_t byteSize(unsigned int room) {
@@ -25,22 +26,33 @@ std::size_t byteSize(unsigned int room) {
 }  // namespace
 
 template <class T>
+void StringBuffer<T>::refuse() {
+  throw std::length_error("StringBuffer: longer than 32 bits can count");
+}
+
+template <class T>
 T* StringBuffer<T>::allocate(unsigned int room) {
   std::size_t const bytes = byteSize<T>(room);
   if (bytes < kLargeBytes) return static_cast<T*>(::operator new(bytes));
   void* const block = ::operator new(bytes, kLargePage);
   // A wish, not a need: without large pages the buffer is only slower.
+  int const error = errno;
   static_cast<void>(::madvise(block, bytes, MADV_HUGEPAGE));
+  errno = error;
   return static_cast<T*>(block);
 }
 
 template <class T>
 void StringBuffer<T>::deallocate(T* elements, unsigned int room) noexcept {
+  // A path often goes right after the call that it was made for, and not every allocator keeps
+  // errno: the C library's does since 2.33.
+  int const error = errno;
   if (byteSize<T>(room) < kLargeBytes) {
     ::operator delete(elements);
   } else {
     ::operator delete(elements, kLargePage);
   }
+  errno = error;
 }
 
 template <class T>
@@ -74,10 +86,9 @@ void StringBuffer<T>::copyLong(StringBuffer const& other) {
 
 template <class T>
 void StringBuffer<T>::joinLong(StringBuffer const& first, StringBuffer const& second) {
-  std::size_t const length = std::size_t{first.length_} + second.length_;
-  if (length > kLongest) throw std::length_error("StringBuffer: longer than 32 bits can count");
-  elements_ = allocate(static_cast<unsigned int>(length));
-  room_ = static_cast<unsigned int>(length);
+  unsigned int const length = counted(std::size_t{first.length_} + second.length_);
+  elements_ = allocate(length);
+  room_ = length;
   std::memcpy(elements_, first.elements_, std::size_t{first.length_} * sizeof(T));
   std::memcpy(elements_ + first.length_, second.elements_, std::size_t{second.length_} * sizeof(T));
   setLength(room_);
@@ -93,15 +104,14 @@ void StringBuffer<T>::assignLong(T const* elements, unsigned int count) {
 
 template <class T>
 void StringBuffer<T>::appendLong(T const* elements, unsigned int count) {
-  std::size_t const needed = std::size_t{length_} + count;
-  if (needed > kLongest) throw std::length_error("StringBuffer: longer than 32 bits can count");
-  std::size_t const room =
-      std::min<std::size_t>(std::max(needed, std::size_t{room_} * 2), kLongest);
-  T* const larger = allocate(static_cast<unsigned int>(room));
+  unsigned int const needed = counted(std::size_t{length_} + count);
+  unsigned int const twice = room_ > kLongest / 2 ? kLongest : room_ * 2;
+  unsigned int const room = std::max(needed, twice);
+  T* const larger = allocate(room);
   std::memcpy(larger, elements_, std::size_t{length_} * sizeof(T));
   std::memcpy(larger + length_, elements, std::size_t{count} * sizeof(T));
-  replaceStorage(larger, static_cast<unsigned int>(room));
-  setLength(static_cast<unsigned int>(needed));
+  replaceStorage(larger, room);
+  setLength(needed);
 }
 
 template <class T>

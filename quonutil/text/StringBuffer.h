@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
 #include "quonutil/Export.h"
@@ -16,8 +18,8 @@
 /// somebody writes it.
 ///
 /// Throws std::bad_alloc when memory runs out and std::length_error when a length does not fit in
-/// 32 bits; the contents are then what they were before. An object that nobody changes may be
-/// read by any number of threads.
+/// 32 bits; the contents are then what they were before. errno stays what it was. An object that
+/// nobody changes may be read by any number of threads.
 ///
 /// What is not inline is in the library, for char, unsigned char and wchar_t; the rest is compiled
 /// by each caller and exported by nobody.
@@ -115,9 +117,17 @@ class StringBuffer {
            std::memcmp(elements_, other.elements_, length_ * sizeof(T)) == 0;
   }
 
+ protected:
+  /// `length` as the 32 bits that count here; throws std::length_error when it does not fit.
+  static unsigned int counted(std::size_t length) {
+    if (length > std::numeric_limits<unsigned int>::max()) refuse();
+    return static_cast<unsigned int>(length);
+  }
+
  private:
   static constexpr unsigned int kShortRoom = sizeof(T) == 1 ? 15 : 7;
 
+  [[noreturn]] QUONUTIL_EXPORT static void refuse();
   static T* allocate(unsigned int room);
   QUONUTIL_EXPORT static void deallocate(T* elements, unsigned int room) noexcept;
 

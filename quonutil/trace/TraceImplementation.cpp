@@ -29,15 +29,18 @@ class ErrnoKeeper {
   int error_;
 };
 
-bool isControl(char character) {
-  return static_cast<unsigned char>(character) < 0x20 || character == 0x7F;
+// In a text that ends in a zero. The controls U+0080 to U+009F, which a terminal may take for the
+// end of a line, are two bytes in UTF-8; escaping the first of them leaves no character.
+bool isControl(char const* next) {
+  return static_cast<unsigned char>(*next) < 0x20 || *next == 0x7F ||
+         (*next == '\xC2' && (next[1] & 0xE0) == 0x80);
 }
 
 EncodedString escaped(char const* line, std::size_t length) {
   static constexpr char kDigits[] = "0123456789abcdef";
   EncodedString text;
   for (char const* next = line; next != line + length; ++next) {
-    if (isControl(*next)) {
+    if (isControl(next)) {
       auto const byte = static_cast<unsigned char>(*next);
       char const escape[] = {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
       text.append(escape, sizeof escape);
@@ -60,12 +63,13 @@ __attribute__((format(printf, 4, 0))) std::size_t print(char* out, std::size_t s
                                                         std::va_list values) {
   int const prefix =
       std::snprintf(out, size, "%s:%u %s ", origin.function, origin.line, origin.tag);
-  std::size_t const start = std::min(static_cast<std::size_t>(std::max(prefix, 0)), size - 1);
+  auto const prefixLength = static_cast<std::size_t>(std::max(prefix, 0));
+  std::size_t const start = std::min(prefixLength, size - 1);
   std::va_list copy;
   va_copy(copy, values);
   int const message = std::vsnprintf(out + start, size - start, format, copy);
   va_end(copy);
-  return start + static_cast<std::size_t>(std::max(message, 0));
+  return prefixLength + static_cast<std::size_t>(std::max(message, 0));
 }
 
 // One call, so that the lines of several processes on one standard error stay whole.
@@ -101,7 +105,7 @@ void TraceImplementation::trace(char const* function, unsigned int line, char co
     length = print(longer.get(), length + 1, {function, line, tag}, format, values);
     text = longer.get();
   }
-  if (std::any_of(text, text + length, isControl)) {
+  if (std::any_of(text, text + length, [](char const& next) { return isControl(&next); })) {
     EncodedString const safe = escaped(text, length);
     emit(safe.data(), safe.length());
   } else {
