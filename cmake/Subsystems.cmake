@@ -13,7 +13,9 @@ function(cul_library name)
   # place of is called from other files.
   target_compile_options(${name} PRIVATE -fno-semantic-interposition)
   set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
-  target_link_options(${name} PRIVATE LINKER:--version-script=${map})
+  # Instantiating a whole template leaves copies of inline members that nobody calls.
+  target_compile_options(${name} PRIVATE -ffunction-sections)
+  target_link_options(${name} PRIVATE LINKER:--version-script=${map} LINKER:--gc-sections)
   set_target_properties(${name} PROPERTIES
     LINK_DEPENDS ${map}
     VERSION ${PROJECT_VERSION}

@@ -52,8 +52,9 @@ build() {
   cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
-# The C++ files that are ours, NUL-terminated.
+# sources FOLDER…: the C++ files below those of the folders that are there, NUL-terminated.
 sources() {
-  find cul quonutil tools tests bench fuzz examples \
-    \( -name '*.h' -o -name '*.cpp' \) -print0 2>/dev/null | sort -z
+  local folder there=()
+  for folder; do [[ ! -d $folder ]] || there+=("$folder"); done
+  ((!${#there[@]})) || find "${there[@]}" \( -name '*.h' -o -name '*.cpp' \) -print0 | sort -z
 }
