@@ -9,13 +9,14 @@ function(cul_library name)
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
   target_link_libraries(${name} PRIVATE
     $<BUILD_INTERFACE:cul_warnings> $<BUILD_INTERFACE:cul_hardening> $<BUILD_INTERFACE:cul_fortify>)
-  # Calls inside one source file stay there, as clang has it anyway. What a test puts its own in
-  # place of is called from other files.
-  target_compile_options(${name} PRIVATE -fno-semantic-interposition)
   set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
-  # Instantiating a whole template leaves copies of inline members that nobody calls.
-  target_compile_options(${name} PRIVATE -ffunction-sections)
-  target_link_options(${name} PRIVATE LINKER:--version-script=${map} LINKER:--gc-sections)
+  target_compile_options(${name} PRIVATE
+    # Calls inside one source file stay there, as clang has it anyway. What a test puts its own in
+    # place of is called from other files.
+    -fno-semantic-interposition
+    # Instantiating a whole template leaves copies of inline members that nobody calls.
+    -ffunction-sections)
+  target_link_options(${name} PRIVATE LINKER:--gc-sections LINKER:--version-script=${map})
   set_target_properties(${name} PROPERTIES
     LINK_DEPENDS ${map}
     VERSION ${PROJECT_VERSION}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 
@@ -35,3 +37,15 @@ inline EncodedString& cacheSetting() {
 inline ByteString content(std::string const& bytes) {
   return ByteString(bytes.data(), static_cast<unsigned int>(bytes.size()));
 }
+
+/// A cache in a scratch directory.
+class CacheTest : public testing::Test {
+ protected:
+  CacheTest() {
+    setParameter(scratch.path());
+    cache = std::make_unique<TestCache>();
+  }
+
+  Scratch scratch;
+  std::unique_ptr<TestCache> cache;
+};

@@ -9,47 +9,36 @@
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 TEST(Failure, TracesWhatTheCallerGaveAndThenFindsTheWords) {
   struct Row {
-    int line;
-    CUL_ApiFailure::FailType type;
+    int type;
     unsigned int rc;
-    char const* given;
-    char const* traced;
+    char const *given, *traced;
     std::string reason;
   };
   std::string const noEntry = std::strerror(ENOENT);
-  auto const unknown = static_cast<CUL_ApiFailure::FailType>(-1);
   Row const rows[] = {
-      {__LINE__, CUL_ApiFailure::kErrno, ENOENT, nullptr, "failtype=2 (`kErrno') rc=2 reason=`'",
-       noEntry},
-      {__LINE__, CUL_ApiFailure::kErrno, ENOENT, "", "failtype=2 (`kErrno') rc=2 reason=`'", ""},
-      {__LINE__, CUL_ApiFailure::kErrno, ENOENT, "why", "failtype=2 (`kErrno') rc=2 reason=`why'",
-       "why"},
-      {__LINE__, CUL_ApiFailure::kApiRc, 4294967295, nullptr,
-       "failtype=1 (`kApiRc') rc=-1 reason=`'", ""},
-      {__LINE__, unknown, 0, "x",
+      {2, ENOENT, nullptr, "failtype=2 (`kErrno') rc=2 reason=`'", noEntry},
+      {2, ENOENT, "", "failtype=2 (`kErrno') rc=2 reason=`'", ""},
+      {2, ENOENT, "why", "failtype=2 (`kErrno') rc=2 reason=`why'", "why"},
+      {1, 4294967295, nullptr, "failtype=1 (`kApiRc') rc=-1 reason=`'", ""},
+      {3, 0, "x", "failtype=3 (`kCommunications') rc=0 reason=`x'", "x"},
+      {0, 0, "x", "failtype=0 (`kUndefined') rc=0 reason=`x'", "x"},
+      {-1, 0, "x",
        "failtype=-1 (`other failure (update CUL_Api_Failure::type_to_name?)') rc=0 reason=`x'",
        "x"},
   };
   for (auto const& row : rows) {
-    SCOPED_TRACE(row.line);
     TraceCapture capture({TraceFlag::warning});
-    UNIX_ApiFailure const failure(row.type, row.rc, row.given);
-    EXPECT_THAT(capture.lines(), ElementsAre("CUL_ApiFailure WARNING " + std::string(row.traced)));
-    EXPECT_EQ(failure.failType, row.type);
-    EXPECT_EQ(failure.rc, row.rc);
+    UNIX_ApiFailure const failure(static_cast<CUL_ApiFailure::FailType>(row.type), row.rc,
+                                  row.given);
+    UNIX_ApiFailure copy(failure);  // which is not a second failure
+    EXPECT_THAT(capture.lines(),
+                testing::ElementsAre("CUL_ApiFailure WARNING " + std::string(row.traced)));
     EXPECT_EQ(bytesOf(failure.reason), row.reason);
-    UNIX_ApiFailure copy(failure);
-    copy.addReason(nullptr);
-    copy.addReason("a");
-    copy.addReason("b");
+    for (char const* more : {static_cast<char const*>(nullptr), "a", "b"}) copy.addReason(more);
     EXPECT_EQ(bytesOf(copy.reason), row.reason + "ab");
     EXPECT_EQ(copy.reason.encoding(), failure.reason.encoding());
-    EXPECT_THAT(capture.lines(), IsEmpty());  // a copy is not a second failure
   }
 }
 
@@ -58,11 +47,12 @@ TEST(Failure, IsThrownAsWhatItIsAndSilentWhenNobodyListens) {
   try {
     UNIX_ApiFailure::throwException(CUL_ApiFailure::kErrno, EACCES, nullptr);
   } catch (CUL_ApiFailure const& failure) {
+    EXPECT_EQ(failure.rc, static_cast<unsigned int>(EACCES));
     EXPECT_EQ(bytesOf(failure.reason), UNIX_ApiFailure::failureText(EACCES));
   }
   EXPECT_THROW(CUL_ApiFailure::throwException(CUL_ApiFailure::kCommunications, 1, "lost"),
                CUL_ApiFailure);
-  EXPECT_THAT(capture.lines(), IsEmpty());
+  EXPECT_THAT(capture.lines(), testing::IsEmpty());
 }
 
 }  // namespace

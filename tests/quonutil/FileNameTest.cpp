@@ -8,106 +8,75 @@
 
 namespace {
 
-TEST(FileName, Parts) {
-  struct Row {
-    char const *text, *directory, *shortName, *base, *member;
-  };
-  constexpr Row kRows[] = {
-      {"", "", "", "", ""},
-      {"main.c", "", "main.c", "main.c", ""},
-      {"/usr/src/", "/usr/src/", "", "", ""},
-      {"/lib/libm.a(sin.o)", "/lib/", "libm.a(sin.o)", "libm.a", "sin.o"},
-      {"a(b)(c)", "", "a(b)(c)", "a(b)", "c"},
-      {"a(b(c))", "", "a(b(c))", "a", "b(c)"},
-      {"(b)", "", "(b)", "(b)", ""},  // nothing stands in front of it
-      {"d/(b)", "d/", "(b)", "(b)", ""},
-      {"a()", "", "a()", "a()", ""},
-      {"a(b)c", "", "a(b)c", "a(b)c", ""},
-      {"ab)", "", "ab)", "ab)", ""},
-      {"a(b/c)", "a(b/", "c)", "c)", ""},
-  };
-  for (auto const& row : kRows) {
-    FileName const name = fileName(row.text);
-    EXPECT_EQ(bytesOf(name.directory()), row.directory) << row.text;
-    EXPECT_EQ(bytesOf(name.short_name()), row.shortName) << row.text;
-    EXPECT_EQ(bytesOf(name.base()), row.base) << row.text;
-    EXPECT_EQ(bytesOf(name.member()), row.member) << row.text;
-  }
+std::string parts(FileName const& name) {
+  return bytesOf(name.directory()) + '|' + bytesOf(name.short_name()) + '|' + bytesOf(name.base()) +
+         '|' + bytesOf(name.member());
 }
 
-TEST(FileName, PartsOfAReplacedTextNeverReachBeyondIt) {
+TEST(FileName, Parts) {
+  EXPECT_EQ(parts(fileName("")), "|||");
+  EXPECT_EQ(parts(fileName("main.c")), "|main.c|main.c|");
+  EXPECT_EQ(parts(fileName("/usr/src/")), "/usr/src/|||");
+  EXPECT_EQ(parts(fileName("/lib/libm.a(sin.o)")), "/lib/|libm.a(sin.o)|libm.a|sin.o");
+  EXPECT_EQ(parts(fileName("a(b)(c)")), "|a(b)(c)|a(b)|c");
+  EXPECT_EQ(parts(fileName("a(b(c))")), "|a(b(c))|a|b(c)");
+  EXPECT_EQ(parts(fileName("d/(b)")), "d/|(b)|(b)|");  // nothing stands in front of it
+  EXPECT_EQ(parts(fileName("a()")), "|a()|a()|");
+  EXPECT_EQ(parts(fileName("a(b)c")), "|a(b)c|a(b)c|");
+  EXPECT_EQ(parts(fileName("a(b/c)")), "a(b/|c)|c)|");
   FileName name = fileName("/a/long/way/to/libm.a(sin.o)");
   name.cut(3);
-  EXPECT_EQ(bytesOf(name.directory()), "/a/");
-  EXPECT_EQ(bytesOf(name.short_name() + name.base() + name.member()).size(), 3U);
+  EXPECT_EQ(parts(name).size(), 3U + 1 + 1 + 3 + 1);  // never beyond the text there is
   name.validate();
-  EXPECT_EQ(bytesOf(name.short_name()), "");
+  EXPECT_EQ(parts(name), "/a/|||");
 }
 
 TEST(FileName, RationalizePath) {
-  struct Row {
-    char const *name, *directory, *result;
+  auto const folded = [](char const* text, char const* directory) {
+    FileName name = fileName(text);
+    name.rationalizePath(::text(directory));
+    EXPECT_EQ(parts(name), parts(fileName(bytesOf(name))));
+    return bytesOf(name);
   };
-  constexpr Row kRows[] = {
-      {"", "/d", ""},
-      {"a.c", "/d", "/d/a.c"},
-      {"a.c", "/", "/a.c"},
-      {"/x//y/./z", "/d", "/x/y/z"},
-      {"../a.c", "/d/e", "/d/a.c"},
-      {"../../../a.c", "/d", "/a.c"},
-      {"a/..", "", "."},
-      {"../a/../../b", "", "../../b"},
-      {"a/b/", "", "a/b/"},
-      {"..", "/", "/"},
-      {"...", "/d", "/d/..."},
-      {"././", "", "./"},
-  };
-  for (auto const& row : kRows) {
-    FileName name = fileName(row.name);
-    name.rationalizePath(text(row.directory));
-    EXPECT_EQ(bytesOf(name), row.result) << row.name;
-  }
-  FileName name = fileName("x/../a.c");
-  name.rationalizePath(text("/d"));
-  EXPECT_EQ(bytesOf(name.directory()), "/d/");  // the parts follow the text
+  EXPECT_EQ(folded("", "/d"), "");
+  EXPECT_EQ(folded("a.c", "/"), "/a.c");
+  EXPECT_EQ(folded("/x//y/./z", "/d"), "/x/y/z");
+  EXPECT_EQ(folded("../a.c", "/d/e"), "/d/a.c");
+  EXPECT_EQ(folded("../../../a.c", "/d"), "/a.c");
+  EXPECT_EQ(folded("a/..", ""), ".");
+  EXPECT_EQ(folded("../a/../../b", ""), "../../b");
+  EXPECT_EQ(folded("a/b/", ""), "a/b/");
+  EXPECT_EQ(folded("..", "/"), "/");
+  EXPECT_EQ(folded("...", "/d"), "/d/...");
+  EXPECT_EQ(folded("././", ""), "./");
 }
 
 TEST(FileName, FindFile) {
   Scratch const scratch;
-  std::filesystem::create_directories(scratch.path("one/prog"));  // a directory is no match
-  std::filesystem::create_directories(scratch.path("two"));
+  std::filesystem::current_path(scratch.path());
+  std::filesystem::create_directories("one/prog");  // a directory is no match
+  std::filesystem::create_directories("two");
   scratch.write("two/prog", "");
   scratch.write("plain", "");
-  std::filesystem::create_symlink("nowhere", scratch.path("dangling"));
-  std::filesystem::create_symlink("plain", scratch.path("link"));
-  std::filesystem::current_path(scratch.path());
-  struct Row {
-    std::string name, path;
-    bool executableOnly;
-    std::string found;
+  std::filesystem::create_symlink("nowhere", "dangling");
+  std::filesystem::create_symlink("plain", "link");
+  auto const find = [](std::string const& name, char const* path, bool executable = false) {
+    return bytesOf(FileName::findFile(fileName(name), text(path), executable));
   };
-  Row const rows[] = {
-      {"prog", "one:two", false, "two/prog"},
-      {"prog", "one:two", true, ""},
-      {"prog", "two/:one", false, "two/prog"},
-      {"plain", "", false, "plain"},
-      {"plain", "two::one", false, "./plain"},
-      {"plain", ":two", false, "./plain"},
-      {"plain", "two:", false, ""},  // a separator at the end opens no entry
-      {"link", ".", false, "./link"},
-      {"dangling", ".", false, ""},
-      {"../plain", "one", false, "one/../plain"},
-      {scratch.path("plain"), "one", false, scratch.path("plain")},
-      {"", "two", false, ""},
-      {"two/", "", false, ""},
-  };
-  for (auto const& row : rows) {
-    FileName const found =
-        FileName::findFile(fileName(row.name), text(row.path), row.executableOnly);
-    EXPECT_EQ(bytesOf(found), row.found) << row.name << " along " << row.path;
-  }
+  EXPECT_EQ(find("prog", "one:two"), "two/prog");
+  EXPECT_EQ(find("prog", "two/:one"), "two/prog");
+  EXPECT_EQ(find("plain", ""), "plain");
+  EXPECT_EQ(find("plain", "two::one"), "./plain");
+  EXPECT_EQ(find("plain", ":two"), "./plain");
+  EXPECT_EQ(find("plain", "two:"), "");  // a separator at the end opens no entry
+  EXPECT_EQ(find("link", "."), "./link");
+  EXPECT_EQ(find("dangling", "."), "");
+  EXPECT_EQ(find("../plain", "one"), "one/../plain");
+  EXPECT_EQ(find(scratch.path("plain"), "one"), scratch.path("plain"));
+  EXPECT_EQ(find("", "two") + find("two/", ""), "");
+  EXPECT_EQ(find("prog", "one:two", true), "");
   std::filesystem::permissions("two/prog", std::filesystem::perms::owner_all);
-  EXPECT_EQ(bytesOf(FileName::findFile(fileName("prog"), text("one:two"), true)), "two/prog");
+  EXPECT_EQ(find("prog", "one:two", true), "two/prog");
 }
 
 }  // namespace

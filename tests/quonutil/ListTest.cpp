@@ -40,17 +40,6 @@ TEST(List, BehavesAsAVectorWhateverIsDoneToIt) {
   }
 }
 
-TEST(List, AQueueKeepsItsStorage) {
-  List<int const*> queue(8, 8);
-  int const number = 0;
-  for (int i = 0; i < 3; ++i) queue.append(&number);
-  for (int i = 0; i < 100000; ++i) {
-    queue.append(&number);
-    ASSERT_EQ(queue.remove(0), &number);
-  }
-  EXPECT_EQ(queue.count(), 3U);
-}
-
 struct Element {
   ~Element() {
     log += name;

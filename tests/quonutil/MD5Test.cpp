@@ -42,13 +42,6 @@ TEST(MD5Test, AgreesWithMd5sumOnEveryLengthHoweverItIsCut) {
     }
     ASSERT_EQ(hex(front), expected[cut]);
   }
-  for (auto piece : {1u, 7u, 63u, 64u, 65u, 130u}) {
-    MD5 md5;
-    for (auto end = piece; end <= kLongest; end += piece) {
-      md5.update(all.data() + end - piece, piece);
-      ASSERT_EQ(hex(md5), expected[end]) << "pieces of " << piece;
-    }
-  }
 }
 
 TEST(MD5Test, CountsBeyond32Bits) {

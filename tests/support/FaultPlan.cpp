@@ -69,6 +69,18 @@ FaultPlan::Way FaultPlan::way(char const* call) {
   return plan->outcome_ == kFails ? kFail : plan->outcome_ == kOneShort ? kShort : kFailAfter;
 }
 
+// Defines one call, which goes through `guarded` to the C library's own.
+#define CUL_GUARD(Result, name, Parameters, ...)                         \
+  Result name Parameters {                                               \
+    auto* const own = libraryOwn<Result Parameters>(#name);              \
+    return guarded(#name, [&]() -> Result { return own(__VA_ARGS__); }); \
+  }
+#define CUL_GUARD_TRANSFER(name, Buffer)                                                \
+  ssize_t name(int fd, Buffer buffer, size_t size) {                                    \
+    auto* const own = libraryOwn<ssize_t(int, Buffer, size_t)>(#name);                  \
+    return transfer(#name, size, [=](size_t count) { return own(fd, buffer, count); }); \
+  }
+
 extern "C" {
 
 int open(char const* path, int flags, ...) {
@@ -79,64 +91,24 @@ int open(char const* path, int flags, ...) {
   return guarded("open", [=] { return libraryOwn<decltype(::open)>("open")(path, flags, mode); });
 }
 
-ssize_t read(int fd, void* buffer, size_t size) {
-  auto* const own = libraryOwn<decltype(::read)>("read");
-  return transfer("read", size, [=](size_t count) { return own(fd, buffer, count); });
-}
-
-ssize_t write(int fd, void const* buffer, size_t size) {
-  auto* const own = libraryOwn<decltype(::write)>("write");
-  return transfer("write", size, [=](size_t count) { return own(fd, buffer, count); });
-}
-
-off_t lseek(int fd, off_t offset, int whence) noexcept {
-  auto* const own = libraryOwn<off_t(int, off_t, int)>("lseek");
-  return guarded("lseek", [=] { return own(fd, offset, whence); });
-}
-
-int close(int fd) {
-  return guarded("close", [=] { return libraryOwn<int(int)>("close")(fd); });
-}
-
-int fstat(int fd, struct stat* state) noexcept {
-  auto* const own = libraryOwn<int(int, struct stat*)>("fstat");
-  return guarded("fstat", [=] { return own(fd, state); });
-}
-
-int unlink(char const* path) noexcept {
-  return guarded("unlink", [=] { return libraryOwn<int(char const*)>("unlink")(path); });
-}
-
-int unlinkat(int directory, char const* path, int flags) noexcept {
-  auto* const own = libraryOwn<int(int, char const*, int)>("unlinkat");
-  return guarded("unlinkat", [=] { return own(directory, path, flags); });
-}
-
-int futimens(int fd, timespec const times[2]) noexcept {
-  auto* const own = libraryOwn<int(int, timespec const*)>("futimens");
-  return guarded("futimens", [=] { return own(fd, times); });
-}
-
-int mkdir(char const* path, mode_t mode) noexcept {
-  return guarded("mkdir",
-                 [=] { return libraryOwn<int(char const*, mode_t)>("mkdir")(path, mode); });
-}
-
-DIR* opendir(char const* path) {
-  return guarded("opendir", [=] { return libraryOwn<DIR*(char const*)>("opendir")(path); });
-}
+CUL_GUARD_TRANSFER(read, void*)
+CUL_GUARD_TRANSFER(write, void const*)
+CUL_GUARD(off_t, lseek, (int fd, off_t offset, int whence) noexcept, fd, offset, whence)
+CUL_GUARD(int, close, (int fd), fd)
+CUL_GUARD(int, fstat, (int fd, struct stat* state) noexcept, fd, state)
+CUL_GUARD(int, unlinkat, (int folder, char const* path, int flags) noexcept, folder, path, flags)
+CUL_GUARD(int, futimens, (int fd, timespec const* times) noexcept, fd, times)
+CUL_GUARD(int, mkdir, (char const* path, mode_t mode) noexcept, path, mode)
+CUL_GUARD(DIR*, opendir, (char const* path), path)
 
 time_t time(time_t* out) noexcept {
-  if (frozenTime == 0) return libraryOwn<time_t(time_t*)>("time")(out);
-  return frozenTime;
+  return frozenTime != 0 ? frozenTime : libraryOwn<time_t(time_t*)>("time")(out);
 }
 
 int getpwuid_r(uid_t user, passwd* entry, char* buffer, size_t size, passwd** found) {
   auto* const own = libraryOwn<decltype(::getpwuid_r)>("getpwuid_r");
   int const result = own(user, entry, buffer, size, found);
-  if (result == 0 && *found != nullptr && passwordHome != nullptr) {
-    entry->pw_dir = const_cast<char*>(passwordHome);
-  }
+  if (*found != nullptr && passwordHome != nullptr) entry->pw_dir = const_cast<char*>(passwordHome);
   return result;
 }
 

@@ -1,0 +1,73 @@
+// Texts of any bytes, as wide characters, as file names and as cache parameters: nothing is lost,
+// the parts of a name make up the name, a folded path folds no further, and what the cache writes
+// back of a parameter reads back as the same cache.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "cul/dbgcache/DbgCacheUnix.h"
+#include "quonutil/settings/DebuggerParameters.h"
+#include "quonutil/settings/DebuggerSettings.h"
+
+namespace {
+
+struct Cache final : DbgCacheUnix {
+  using DbgCacheUnix::cacheDirectory;
+  using DbgCacheUnix::expiryHours;
+};
+
+void require(bool holds) {
+  if (!holds) std::abort();
+}
+
+void checkSplitAndJoin(EncodedString const& text) {
+  CharString rest;
+  rest.loadFrom(text.data(), text.length(), EncodedString::kSystemText);
+  require(rest.encoded() == text);
+  EncodedString joined;
+  while (!rest.isEmpty()) {
+    joined += rest.firstToken(L":").encoded();
+    if (joined.length() < text.length()) joined.append(":", 1);
+  }
+  require(joined == text);
+}
+
+void checkName(EncodedString const& text) {
+  FileName name(text);
+  unsigned int const member = name.member().length();
+  require(name.directory() + name.short_name() == text);
+  require(name.base().length() + (member == 0 ? 0 : member + 2) == name.short_name().length());
+  name.rationalizePath(EncodedString("/d", EncodedString::kSystemText));
+  EncodedString const folded = name;
+  name.rationalizePath(EncodedString());
+  require(name == folded && (text.isEmpty() || folded.data()[0] == '/'));
+}
+
+void checkParameter(EncodedString const& text) {
+  ::setenv("HOME", "/nowhere", 1);  // an empty directory field then means an unusable cache
+  auto* const parameters = DebuggerParameters::instance();
+  auto& setting =
+      DebuggerSettings::instance()->setting(DebuggerSettings::kDebugInformationCache).value;
+  setting.clear();
+  parameters->setParm(DebuggerParameters::kCacheParameter, text);
+  Cache const given;
+  require(given.expiryHours != 0 && given.cacheDirectory.indexOf(':', 1) == 0);
+  if (given.cacheDirectory.isEmpty()) return;
+  parameters->setParm(DebuggerParameters::kCacheParameter, EncodedString());
+  EncodedString const written = setting;
+  Cache const again;
+  require(again.cacheDirectory == given.cacheDirectory && again.expiryHours == given.expiryHours);
+  require(setting == written);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t size) {
+  EncodedString const text(reinterpret_cast<char const*>(bytes), static_cast<unsigned int>(size),
+                           EncodedString::kSystemText);
+  checkSplitAndJoin(text);
+  checkName(text);
+  checkParameter(text);
+  return 0;
+}
