@@ -8,8 +8,9 @@ target_compile_options(cul_warnings INTERFACE
   -Wconversion -Wsign-conversion -Wdouble-promotion
   -Wextra-semi -Wmissing-declarations -Wredundant-decls -Wshadow -Wundef -Wvla
   -Wnon-virtual-dtor -Woverloaded-virtual -Wzero-as-null-pointer-constant
-  -Wformat=2 -Wformat-nonliteral
-  -Werror=format-nonliteral  # a format that the compiler cannot read is never acceptable
+  -Wformat=2
+  # A format that the compiler cannot read is never acceptable.
+  -Werror=format-nonliteral -Werror=format-security
   $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-branches -Wduplicated-cond -Wformat-signedness
     -Wlogical-op -Wsuggest-override>
   $<$<CXX_COMPILER_ID:Clang>:-Wsuggest-override -Wthread-safety -Wthread-safety-beta>
