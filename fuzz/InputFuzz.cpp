@@ -44,8 +44,10 @@ void checkName(EncodedString const& text) {
   require(name == folded && (text.isEmpty() || folded.data()[0] == '/'));
 }
 
-void checkParameter(EncodedString const& text) {
-  ::setenv("HOME", "/nowhere", 1);  // an empty directory field then means an unusable cache
+// A cache may remove what lies in the directory that it is given. Below one that does not exist
+// the system finds nothing, whatever the bytes say, ".." included.
+void checkParameter(EncodedString const& end) {
+  EncodedString const text = EncodedString("/no/where/", EncodedString::kSystemText) + end;
   auto* const parameters = DebuggerParameters::instance();
   auto& setting =
       DebuggerSettings::instance()->setting(DebuggerSettings::kDebugInformationCache).value;
@@ -53,7 +55,6 @@ void checkParameter(EncodedString const& text) {
   parameters->setParm(DebuggerParameters::kCacheParameter, text);
   Cache const given;
   require(given.expiryHours != 0 && given.cacheDirectory.indexOf(':', 1) == 0);
-  if (given.cacheDirectory.isEmpty()) return;
   parameters->setParm(DebuggerParameters::kCacheParameter, EncodedString());
   EncodedString const written = setting;
   Cache const again;

@@ -1,5 +1,5 @@
-// Crosses the border between a host and the installed libraries: texts go in and come out, and
-// and out, an object that the library makes and the host deletes, a failure thrown over it.
+// Crosses the border between a host and the installed libraries: texts go in, a name comes out, and
+// a failure is thrown over it.
 #include <cerrno>
 #include <cstdio>
 

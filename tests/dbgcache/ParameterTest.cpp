@@ -13,7 +13,7 @@ namespace {
 std::string parsed(std::string const& parameter) {
   std::string results[2];
   for (bool stored : {false, true}) {
-    setParameter("/nowhere");
+    setParameter("/nowhere:5");  // stays, where the text gives no hours
     TestCache cache;
     setParameter(stored ? "" : parameter);
     cacheSetting() = text(stored ? parameter : "/elsewhere:3:flush");
@@ -26,17 +26,17 @@ std::string parsed(std::string const& parameter) {
 }
 
 TEST(CacheParameter, EveryFieldMayBeMissing) {
-  EXPECT_EQ(parsed("/var/tmp/dc"), "/var/tmp/dc 48");
+  EXPECT_EQ(parsed("/var/tmp/dc"), "/var/tmp/dc 5");
   EXPECT_EQ(parsed("/var/tmp/dc:12"), "/var/tmp/dc 12");
   EXPECT_EQ(parsed("/var/tmp/dc:12:FLUSH"), "/var/tmp/dc 12 flush");
   EXPECT_EQ(parsed("/var/tmp/dc:12:noflush"), "/var/tmp/dc 12");
   EXPECT_EQ(parsed("/var/tmp/dc:12:flush:"), "/var/tmp/dc 12");
-  EXPECT_EQ(parsed("/var/tmp/dc::Flush"), "/var/tmp/dc 48 flush");
-  EXPECT_EQ(parsed("/var/tmp/dc:0"), "/var/tmp/dc 48");
-  EXPECT_EQ(parsed("/var/tmp/dc:abc"), "/var/tmp/dc 48");
+  EXPECT_EQ(parsed("/var/tmp/dc::Flush"), "/var/tmp/dc 5 flush");
+  EXPECT_EQ(parsed("/var/tmp/dc:0"), "/var/tmp/dc 5");
+  EXPECT_EQ(parsed("/var/tmp/dc:abc"), "/var/tmp/dc 5");
   EXPECT_EQ(parsed("/var/tmp/dc: 24h"), "/var/tmp/dc 24");  // blanks, digits, then anything
   EXPECT_EQ(parsed("/var/tmp/dc:-1"), "/var/tmp/dc 4294967295");
-  EXPECT_EQ(parsed("/var/tmp/dc:"), "/var/tmp/dc 48");
+  EXPECT_EQ(parsed("/var/tmp/dc:"), "/var/tmp/dc 5");
   EXPECT_EQ(parsed(":6"), " 6");
 }
 
@@ -49,7 +49,7 @@ TEST(CacheParameter, WhatIsWrittenBackReadsBackTheSame) {
   };
   constexpr Row kRows[] = {
       {"/nowhere/dc", "/nowhere/dc/:48:noflush"},
-      {"relative/:7:FLUSH", "relative/:7:flush"},
+      {"no/where/:7:FLUSH", "no/where/:7:flush"},
       {":4294967295", ":4294967295:noflush"},  // the default here has the separator in it
   };
   for (auto const& row : kRows) {

@@ -127,7 +127,12 @@ TEST_F(Store, EveryCallOfAReadFailsOnce) {
     if (!plan.fired()) break;
     EXPECT_THAT(capture.lines(),
                 ElementsAre("readFile VKT ::" + plan.call() + " failed - errno = 5"));
+    EXPECT_EQ(openFlags, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   }
+  TraceCapture capture({TraceFlag::vkt});
+  FaultPlan const plan({"read"}, 1, EIO, FaultPlan::kOneShort);
+  EXPECT_EQ(cache->read(file, &digest, 1, 2), "(null)");
+  EXPECT_THAT(capture.lines(), ElementsAre("readFile VKT ::read failed - errno = 0"));
 }
 
 TEST_F(Store, EveryCallOfAStoreFailsOnce) {
@@ -152,6 +157,7 @@ TEST_F(Store, EveryCallOfAStoreFailsOnce) {
       FaultPlan const plan({row.call}, 1, EIO, row.outcome);
       cache->addFile(content("data"), file, with);
       EXPECT_TRUE(plan.fired());
+      EXPECT_EQ(openFlags, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
       EXPECT_EQ(openDescriptors(), descriptors);
       auto const lines = capture.lines();
       ASSERT_EQ(lines.size(), row.traced == nullptr ? 0 : 1) << row.call;

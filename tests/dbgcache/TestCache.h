@@ -10,6 +10,10 @@
 #include "quonutil/settings/DebuggerSettings.h"
 #include "tests/support/Scratch.h"
 
+// The engine knows these by their numbers.
+static_assert(DebuggerParameters::kCacheParameter == 6);
+static_assert(DebuggerSettings::kDebugInformationCache == 21);
+
 /// A cache that may be destroyed and whose fields may be seen.
 class TestCache : public DbgCacheUnix {
  public:

@@ -36,6 +36,7 @@ TEST(Failure, TracesWhatTheCallerGaveAndThenFindsTheWords) {
     EXPECT_THAT(capture.lines(),
                 testing::ElementsAre("CUL_ApiFailure WARNING " + std::string(row.traced)));
     EXPECT_EQ(bytesOf(failure.reason), row.reason);
+    EXPECT_EQ(failure.reason.encoding() == EncodedString::kSystemText, row.reason == noEntry);
     for (char const* more : {static_cast<char const*>(nullptr), "a", "b"}) copy.addReason(more);
     EXPECT_EQ(bytesOf(copy.reason), row.reason + "ab");
     EXPECT_EQ(copy.reason.encoding(), failure.reason.encoding());

@@ -108,6 +108,7 @@ TEST(Wrapper, EnvironmentAndLookup) {
   ::setenv("CUL_TEST", "", 1);
   EXPECT_EQ(CUL_Api::getenv(text("CUL_TEST"), value), 0);
   EXPECT_EQ(bytesOf(value), "");
+  EXPECT_EQ(value.encoding(), EncodedString::kSystemText);
   FileName found = fileName("before");
   EXPECT_EQ(CUL_Api::findFile(fileName("no such program"), text("/bin"), found), 1);
   EXPECT_TRUE(found.isEmpty());

@@ -20,9 +20,9 @@ __attribute__((format(printf, 1, 2))) void say(char const* format, ...) {
 
 TEST(Trace, ALineCannotBeForgedAndNoLineIsCut) {
   TraceCapture capture({});
-  say("%s", "a\nremove ERROR all is lost\r\x1b[2J\x7f");
-  EXPECT_THAT(capture.lines(),
-              testing::ElementsAre("say ** a\\x0aremove ERROR all is lost\\x0d\\x1b[2J\\x7f"));
+  say("%s", "a\nremove ERROR all is lost\r\x1b[2J\x7f\xC2\x85\xC3\x85");
+  EXPECT_THAT(capture.lines(), testing::ElementsAre("say ** a\\x0aremove ERROR all is lost\\x0d"
+                                                    "\\x1b[2J\\x7f\\xc2\x85\xC3\x85"));
   for (std::size_t length : {1013U, 1014U, 1015U, 1016U, 5000U}) {  // around the inner buffer
     std::string const longText(length, 'x');
     say("%s", longText.c_str());
@@ -30,15 +30,20 @@ TEST(Trace, ALineCannotBeForgedAndNoLineIsCut) {
   }
 }
 
-TEST(Trace, KeepsErrno) {
+TEST(Trace, WritesToStandardErrorAndKeepsErrno) {
   Scratch const scratch;
+  std::string const path = scratch.write("lines", "");
   EXPECT_EQ(inChild([&] {
+              ::dup2(::open(path.c_str(), O_WRONLY), STDERR_FILENO);
+              say("one");
+              say("two");
               ::close(STDERR_FILENO);  // so that the write fails
               errno = ENOSPC;
               say("lost");
               return errno;
             }),
             ENOSPC);
+  EXPECT_EQ(scratch.read("lines"), "say:1 ** one\nsay:1 ** two\n");
 }
 
 TEST(Trace, LinesOfSeveralThreadsStayWholeWhileTheSinkChanges) {

@@ -8,10 +8,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <ctime>
 
+std::atomic<int> openFlags = 0;
 long frozenTime = 0;
 char const* passwordHome = nullptr;
 
@@ -88,6 +90,7 @@ int open(char const* path, int flags, ...) {
   va_start(values, flags);
   mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(values, mode_t) : 0;
   va_end(values);
+  openFlags = flags;
   return guarded("open", [=] { return libraryOwn<decltype(::open)>("open")(path, flags, mode); });
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <atomic>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -38,6 +38,9 @@ class FaultPlan {
   Outcome outcome_;
   std::string struck_;
 };
+
+/// What the last `open` was asked for.
+extern std::atomic<int> openFlags;
 
 /// What `time` answers while it is not 0.
 extern long frozenTime;
