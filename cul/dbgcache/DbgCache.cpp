@@ -36,7 +36,7 @@ EncodedString DbgCache::getCacheParameter(bool& flush, char separator) {
   if (!contains(text, separator)) return text;
 
   auto const mark = static_cast<unsigned char>(separator);
-  EncodedString const directory = text.allBefore(mark);
+  EncodedString directory = text.allBefore(mark);
   EncodedString const rest = text.allAfter(mark);
   EncodedString const hours = rest.allBefore(mark);
   flush = compareCaseInsensitive("flush", rest.allAfter(mark));

@@ -5,8 +5,7 @@
 /// The debugger's stored settings: a table of 32 texts.
 ///
 /// Here they live in memory. A host that keeps them between runs fills the records before it
-/// starts the parts that read them, and writes them away when it ends, or derives a class whose
-/// `store` does so at once. One thread at a time.
+/// starts the parts that read them, and writes them away when it ends. One thread at a time.
 class QUONUTIL_EXPORT DebuggerSettings {
  public:
   static constexpr unsigned int kSettings = 32;
