@@ -62,18 +62,19 @@ void ListImplementation::makeGap(unsigned int index) {
   bool const front = index < count_ - index;
   if ((front ? spareInFront() : spareBehind()) == 0) {
     // Sliding the entries over is worth it only when the place it wins is as long as they are:
-    // then a queue that is filled at one end and emptied at the other never grows nor crawls. The
-    // spare places go to both ends, so that entries may come to the two in turn.
-    unsigned int spare = room_ - count_;
+    // then a queue that is filled at one end and emptied at the other never grows nor crawls. Both
+    // ends share the spare places, so that entries may come to the two in turn; what is new goes to
+    // the end that asks.
+    unsigned int const spare = room_ - count_;
+    unsigned int const inFront = front ? spare - spare / 2 : spare / 2;
     if (spare > count_) {
-      moveTo(front ? spare - spare / 2 : spare / 2);
+      moveTo(inFront);
     } else {
       unsigned int const growth = std::max({step_, count_ / 2, 1U});
       if (growth > std::numeric_limits<unsigned int>::max() - room_) {
         throw std::length_error("List: more entries than 32 bits can count");
       }
-      spare += growth;
-      relocate(room_ + growth, front ? spare - spare / 2 : spare / 2);
+      relocate(room_ + growth, front ? inFront + growth : inFront);
     }
   }
   if (front) {
