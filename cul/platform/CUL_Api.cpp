@@ -49,7 +49,8 @@ int CUL_Api::read(int fd, void* buf, unsigned int size, int& count) {
 
 int CUL_Api::read(FileName const& name, ByteString& content, TimeDateStamp& stamp,
                   ByteString const* /*compare*/) {
-  Descriptor const file(::open(systemBytes(name).text(), O_RDONLY));
+  // Nobody outside sees this descriptor, so a child that is started meanwhile need not have it.
+  Descriptor const file(::open(systemBytes(name).text(), O_RDONLY | O_CLOEXEC));
   if (!file.isOpen()) return kFailed;
   struct stat state;
   if (::fstat(file.get(), &state) != 0) return kFailed;

@@ -33,11 +33,15 @@ void StringBuffer<T>::refuse() {
 template <class T>
 T* StringBuffer<T>::allocate(unsigned int room) {
   std::size_t const bytes = byteSize<T>(room);
-  if (bytes < kLargeBytes) return static_cast<T*>(::operator new(bytes));
-  void* const block = ::operator new(bytes, kLargePage);
-  // A wish, not a need: without large pages the buffer is only slower.
-  int const error = errno;
-  static_cast<void>(::madvise(block, bytes, MADV_HUGEPAGE));
+  int const error = errno;  // an allocation that succeeds may change it
+  void* block;
+  if (bytes < kLargeBytes) {
+    block = ::operator new(bytes);
+  } else {
+    block = ::operator new(bytes, kLargePage);
+    // A wish, not a need: without large pages the buffer is only slower.
+    static_cast<void>(::madvise(block, bytes, MADV_HUGEPAGE));
+  }
   errno = error;
   return static_cast<T*>(block);
 }
