@@ -48,6 +48,7 @@ EncodedString DbgCache::getCacheParameter(bool& flush, char separator) {
 
 EncodedString DbgCache::makeFileName(FileName const& file, MD5 const* digest) {
   EncodedString name = file.short_name();
+  name.cutAtZero();  // or the digest would stand where the system does not look
   if (digest == nullptr) return name;
   EncodedString const text = digest->asString(MD5::kHexadecimal);
   name.reserve(name.length() + 1 + text.length());

@@ -32,6 +32,7 @@ EncodedString libraryText(char const* text) {
 DbgCacheUnix::DbgCacheUnix() {
   bool flush = false;
   cacheDirectory = getCacheParameter(flush, kSeparator);
+  cacheDirectory.cutAtZero();  // or the directory's own path would stand for every copy's
   if (cacheDirectory.isEmpty()) {
     cacheDirectory = defaultDirectory();
   } else if (cacheDirectory.data()[cacheDirectory.length() - 1] != '/') {
@@ -177,7 +178,10 @@ void DbgCacheUnix::remove(FileName const& file, MD5 const* digest) {
     return;
   }
   if (digest == nullptr) {
-    removeMatching(file + libraryText(".*"));
+    EncodedString pattern = file;
+    pattern.cutAtZero();
+    pattern += libraryText(".*");
+    removeMatching(pattern);
     return;
   }
   EncodedString const path = pathOf(file, digest);

@@ -45,6 +45,9 @@ class QUONUTIL_EXPORT EncodedString : public StringBuffer<char> {
   EncodedString allBefore(unsigned char separator) const;
   EncodedString allAfter(unsigned char separator) const;
 
+  /// Cuts the text in front of its first zero byte: what the system sees of it as a path.
+  void cutAtZero() noexcept { cut(static_cast<unsigned int>(std::strlen(data()))); }
+
   EncodedString& operator+=(EncodedString const& other) {
     append(other.data(), other.length());
     return *this;

@@ -25,7 +25,7 @@ class Store : public CacheTest {
 
 TEST_F(Store, ACopyIsNamedByShortNameAndDigestAndHoldsTheBytesAlone) {
   std::string const bytes("a\0\n\xFF", 4);
-  FileName const longName = fileName("/usr/src/prog/main.o");
+  FileName const longName = fileName(std::string("/usr/src/prog/main.o\0x", 22));
   cache->addFile(content("something longer that was there before"), longName, &digest);
   timespec const old[] = {{1, 0}, {1, 0}};
   ASSERT_EQ(::utimensat(AT_FDCWD, scratch.path(digestName).c_str(), old, 0), 0);
