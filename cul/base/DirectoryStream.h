@@ -2,19 +2,14 @@
 
 #include <dirent.h>
 
-#include <cerrno>
-
-/// Owns an open directory and closes it on every path, keeping errno.
+/// Owns an open directory and closes it on every path.
 class DirectoryStream {
  public:
   explicit DirectoryStream(char const* path) noexcept : stream_(::opendir(path)) {}
   DirectoryStream(DirectoryStream const&) = delete;
   DirectoryStream& operator=(DirectoryStream const&) = delete;
   ~DirectoryStream() {
-    if (stream_ == nullptr) return;
-    int const error = errno;
-    ::closedir(stream_);
-    errno = error;
+    if (stream_ != nullptr) ::closedir(stream_);
   }
 
   bool isOpen() const noexcept { return stream_ != nullptr; }

@@ -59,14 +59,13 @@ EncodedString fold(EncodedString const& path) {
     if (length == 2 && std::memcmp(next, "..", 2) == 0) {
       climb(folded, absolute);
     } else if (length > 1 || (length == 1 && *next != '.')) {
-      if (!folded.isEmpty() && folded.data()[folded.length() - 1] != '/') folded.append("/", 1);
+      if (!folded.isEmpty()) folded.endIn('/');
       folded.append(next, length);
     }
     next = stop + 1;
   }
   if (folded.isEmpty()) folded.append(".", 1);
-  bool const endsInSlash = path.data()[path.length() - 1] == '/';
-  if (endsInSlash && folded.data()[folded.length() - 1] != '/') folded.append("/", 1);
+  if (path.data()[path.length() - 1] == '/') folded.endIn('/');
   return folded;
 }
 
@@ -94,9 +93,7 @@ EncodedString FileName::part(unsigned int start, unsigned int partLength) const 
 
 EncodedString FileName::directory() const { return part(0, directoryLength_); }
 
-EncodedString FileName::short_name() const {
-  return part(directoryLength_, length() - std::min(directoryLength_, length()));
-}
+EncodedString FileName::short_name() const { return part(directoryLength_, length()); }
 
 EncodedString FileName::base() const {
   EncodedString name = short_name();
@@ -124,7 +121,6 @@ void FileName::rationalizePath(EncodedString const& directory) {
 }
 
 FileName FileName::findFile(FileName const& name, EncodedString const& path, bool executableOnly) {
-  if (name.isEmpty()) return FileName();
   if (name.data()[0] == '/' || path.isEmpty()) {
     return isUsable(name.data(), executableOnly) ? name : FileName();
   }
@@ -133,7 +129,7 @@ FileName FileName::findFile(FileName const& name, EncodedString const& path, boo
     char const* const stop = std::find(next, end, kPathSeparator);
     EncodedString candidate(next, static_cast<unsigned int>(stop - next), path.encoding());
     if (candidate.isEmpty()) candidate.append(".", 1);
-    if (candidate.data()[candidate.length() - 1] != '/') candidate.append("/", 1);
+    candidate.endIn('/');
     candidate += name;
     if (isUsable(candidate.data(), executableOnly)) return candidate;
     next = stop + 1;

@@ -41,7 +41,8 @@ class QUONUTIL_EXPORT FileName : public EncodedString {
 
   /// Makes a relative name absolute against `directory`, then folds ".", ".." and repeated "/"
   /// away, by text alone: a ".." behind a symbolic link does not lead where the system would go.
-  /// A final "/" stays. The empty name stays empty.
+  /// A final "/" stays. An empty `directory` leaves a relative name relative; the empty name stays
+  /// empty.
   void rationalizePath(EncodedString const& directory);
 
   /// The first file called `name` along `path`, a list of directories separated by ":"; the empty

@@ -1,6 +1,7 @@
 #pragma once
 
 /// A time as the system stamps files with it: seconds since the Epoch (POSIX), 64 bits, signed.
+/// The second before the Epoch stands for a time that is not known.
 class TimeDateStamp {
  public:
   static constexpr long kUnknown = -1;

@@ -45,6 +45,11 @@ class QUONUTIL_EXPORT EncodedString : public StringBuffer<char> {
   EncodedString allBefore(unsigned char separator) const;
   EncodedString allAfter(unsigned char separator) const;
 
+  /// Puts `character` at the end of the text unless it stands there already.
+  void endIn(char character) {
+    if (isEmpty() || data()[length() - 1] != character) append(&character, 1);
+  }
+
   /// Cuts the text in front of its first zero byte: what the system sees of it as a path.
   void cutAtZero() noexcept { cut(static_cast<unsigned int>(std::strlen(data()))); }
 

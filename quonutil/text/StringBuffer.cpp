@@ -3,11 +3,12 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <limits>
 #include <new>
 #include <stdexcept>
+
+#include "quonutil/ErrnoKeeper.h"
 
 namespace {
 
@@ -33,16 +34,11 @@ void StringBuffer<T>::refuse() {
 template <class T>
 T* StringBuffer<T>::allocate(unsigned int room) {
   std::size_t const bytes = byteSize<T>(room);
-  int const error = errno;  // an allocation that succeeds may change it
-  void* block;
-  if (bytes < kLargeBytes) {
-    block = ::operator new(bytes);
-  } else {
-    block = ::operator new(bytes, kLargePage);
-    // A wish, not a need: without large pages the buffer is only slower.
-    static_cast<void>(::madvise(block, bytes, MADV_HUGEPAGE));
-  }
-  errno = error;
+  ErrnoKeeper const keeper;  // an allocation that succeeds may change it
+  if (bytes < kLargeBytes) return static_cast<T*>(::operator new(bytes));
+  void* const block = ::operator new(bytes, kLargePage);
+  // A wish, not a need: without large pages the buffer is only slower.
+  static_cast<void>(::madvise(block, bytes, MADV_HUGEPAGE));
   return static_cast<T*>(block);
 }
 
@@ -50,13 +46,12 @@ template <class T>
 void StringBuffer<T>::deallocate(T* elements, unsigned int room) noexcept {
   // A path often goes right after the call that it was made for, and not every allocator keeps
   // errno: the C library's does since 2.33.
-  int const error = errno;
+  ErrnoKeeper const keeper;
   if (byteSize<T>(room) < kLargeBytes) {
     ::operator delete(elements);
   } else {
     ::operator delete(elements, kLargePage);
   }
-  errno = error;
 }
 
 template <class T>

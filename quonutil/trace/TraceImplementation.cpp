@@ -4,11 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <memory>
 
+#include "quonutil/ErrnoKeeper.h"
 #include "quonutil/text/EncodedString.h"
 
 namespace {
@@ -17,17 +17,6 @@ namespace {
 constinit TraceImplementation theTrace;
 
 constexpr std::size_t kUsualLine = 1024;
-
-class ErrnoKeeper {
- public:
-  ErrnoKeeper() noexcept : error_(errno) {}
-  ErrnoKeeper(ErrnoKeeper const&) = delete;
-  ErrnoKeeper& operator=(ErrnoKeeper const&) = delete;
-  ~ErrnoKeeper() { errno = error_; }
-
- private:
-  int error_;
-};
 
 // In a text that ends in a zero. The controls U+0080 to U+009F, which a terminal may take for the
 // end of a line, are two bytes in UTF-8; escaping the first of them leaves no character.

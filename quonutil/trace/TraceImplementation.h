@@ -39,7 +39,8 @@ class QUONUTIL_EXPORT TraceImplementation {
 
   /// Writes the line "function:line tag message", where the message is printed from `format` and
   /// `values` (C printf). Control characters come out as \xNN, so that a file name cannot forge a
-  /// line. errno is kept.
+  /// line. errno is kept. Throws std::bad_alloc for a line that is long or escaped, and what the
+  /// sink throws.
   void trace(char const* function, unsigned int line, char const* tag, char const* format,
              va_list values) __attribute__((format(printf, 5, 0)));
 
