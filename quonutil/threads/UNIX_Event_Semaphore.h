@@ -1,0 +1,32 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+#include "quonutil/Export.h"
+#include "quonutil/threads/CUL_Event_Semaphore.h"
+
+/// A gate between threads. Posted, it is open and stays open until it is reset; each thread that
+/// waits meanwhile passes at once. Any thread may call anything here at any time.
+class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
+ public:
+  UNIX_Event_Semaphore() noexcept = default;
+  UNIX_Event_Semaphore(UNIX_Event_Semaphore const&) = delete;
+  UNIX_Event_Semaphore& operator=(UNIX_Event_Semaphore const&) = delete;
+  ~UNIX_Event_Semaphore() = default;
+
+  /// Opens the gate and wakes everybody who waits; no system call when nobody does.
+  void post() noexcept;
+  /// Closes the gate.
+  void reset() noexcept;
+
+  /// Waits until the gate is open, at most `time` units by the monotonic clock; signals do not cut
+  /// it short. True when the gate was open, false when the time was over. With `close`, whoever
+  /// passes closes the gate behind itself.
+  bool wait(unsigned long time, WaitTimeScale scale, bool close) noexcept;
+
+ private:
+  std::mutex lock_;
+  std::condition_variable opened_;
+  bool isOpen_ = false;  // guarded by lock_
+};
