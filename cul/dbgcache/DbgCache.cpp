@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "cul/dbgcache/DbgCacheRemovalTimer.h"
 #include "cul/dbgcache/DbgCacheUnix.h"
 #include "quonutil/settings/DebuggerParameters.h"
 #include "quonutil/settings/DebuggerSettings.h"
@@ -65,4 +66,6 @@ void DbgCache::startRemovalTimer(bool flush, char separator) {
   if (!contains(cacheDirectory, separator)) parameter = cacheDirectory;
   parameter += EncodedString(fields, EncodedString::kLibraryText);
   DebuggerSettings::instance()->store(cacheSetting(), parameter);
+  remove(flush ? 0 : expiryHours);
+  DbgCacheRemovalTimer::start(this, static_cast<unsigned short>(expiryHours));
 }

@@ -31,8 +31,9 @@ class CUL_EXPORT DbgCache {
                                unsigned int size) = 0;
 
   /// Stores `content` as the copy for `file` and `digest` with one write(2), in place of an
-  /// earlier one. A copy that cannot be written whole does not stay; without a digest, the copies
-  /// of that name with a digest go with it.
+  /// earlier one. A new copy is its owner's alone (0600); either way it counts as accessed just
+  /// now, and a link that stands there is followed. A copy that cannot be written whole does not
+  /// stay; without a digest, the copies of that name with a digest go with it.
   virtual void addFile(ByteString const& content, FileName const& file, MD5 const* digest) = 0;
 
   /// With a digest, removes that copy. With null, removes every copy whose name matches the text
@@ -46,7 +47,7 @@ class CUL_EXPORT DbgCache {
   virtual void remove(unsigned int hours) = 0;
 
   /// The path of the copy for `file` and `digest` when an entry of that name exists, else an empty
-  /// text.
+  /// text. A dangling link is no entry.
   virtual EncodedString actualName(FileName const& file, MD5 const* digest) const = 0;
 
   /// The process's one cache, made at the first call and never destroyed. The first call must be
@@ -61,9 +62,16 @@ class CUL_EXPORT DbgCache {
   /// when the text has hours other than 0, and returns the directory field, which may be empty.
   EncodedString getCacheParameter(bool& flush, char separator);
 
+  /// Starts the cache's tidying, once, on the calling thread.
+  ///
   /// Writes the complete parameter back into the setting, so that a later run without one finds
   /// this cache again. A directory that contains the separator is left out of it: that can only be
   /// the default, which an empty field means, and a cut path would name somebody else's directory.
+  ///
+  /// Then removes what is older than expiryHours, or clears the cache when `flush` is true, and
+  /// posts a timer to CUL_Dispatcher::instance() that removes by age after half an hour and again
+  /// about every 36 minutes, as long as some thread runs that dispatcher. The timers keep 16 bits
+  /// of the hours: 65,536 are 0 there.
   void startRemovalTimer(bool flush, char separator);
 
  protected:

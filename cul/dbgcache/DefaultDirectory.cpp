@@ -9,8 +9,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include "cul/dbgcache/DbgCacheUnix.h"
-
 namespace {
 
 constexpr std::size_t kPasswordBuffer = 60000;
@@ -34,17 +32,22 @@ EncodedString homeDirectory() {
 // Two debuggers that start for the first time at once both find it missing: the one whose mkdir
 // comes second looks again.
 bool existsOrIsMade(char const* path) {
-  if (DbgCacheUnix::dirExists(path) || ::mkdir(path, kOwnerOnly) == 0) return true;
-  return errno == EEXIST && DbgCacheUnix::dirExists(path);
+  if (directoryExists(path) || ::mkdir(path, kOwnerOnly) == 0) return true;
+  return errno == EEXIST && directoryExists(path);
 }
 
 }  // namespace
 
+bool directoryExists(char const* path) {
+  struct stat state;
+  return ::stat(path, &state) == 0 && S_ISDIR(state.st_mode);
+}
+
 EncodedString defaultDirectory() {
   EncodedString directory = homeDirectory();
   if (directory.isEmpty()) return {};
-  if (directory.data()[directory.length() - 1] != '/') directory.append("/", 1);
-  if (!DbgCacheUnix::dirExists(directory.data())) return {};
+  directory.endIn('/');
+  if (!directoryExists(directory.data())) return {};
   directory += EncodedString(".vexcorlz/", EncodedString::kLibraryText);
   if (!existsOrIsMade(directory.data())) return {};
   return directory;

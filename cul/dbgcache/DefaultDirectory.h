@@ -8,3 +8,6 @@
 /// The home directory is HOME or, only when that is unset or empty, the password database's for
 /// the real user. A HOME that names no directory is the user's mistake and is not replaced.
 EncodedString defaultDirectory();
+
+/// True when `path` names a directory, symbolic links followed.
+bool directoryExists(char const* path);

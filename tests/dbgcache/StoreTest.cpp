@@ -178,9 +178,9 @@ struct Overriding : TestCache {
 };
 
 TEST_F(Store, AFullDiskAndAFileSizeLimit) {
+  Overriding overriding;  // the removal of what is incomplete goes through the virtual operation
   TraceCapture capture({TraceFlag::vkt, TraceFlag::detail});
   std::filesystem::create_symlink("/dev/full", scratch.path(digestName));
-  Overriding overriding;  // the removal of what is incomplete goes through the virtual operation
   overriding.addFile(content("data"), file, &digest);
   EXPECT_EQ(bytesOf(overriding.removed), digestName);
   EXPECT_THAT(capture.lines(), ElementsAre("addFile VKT ::write failed - errno = 28"));
