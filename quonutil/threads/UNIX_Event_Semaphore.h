@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -26,7 +27,8 @@ class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
   bool wait(unsigned long time, WaitTimeScale scale, bool close) noexcept;
 
  private:
+  // Opening an open gate, the usual case of a poster, takes no lock.
+  std::atomic<bool> isOpen_ = false;
   std::mutex lock_;
   std::condition_variable opened_;
-  bool isOpen_ = false;  // guarded by lock_
 };

@@ -88,6 +88,12 @@ TEST(CacheStart, TheHomeDirectory) {
   EXPECT_EQ(start("/no/where", good.c_str()), "");
   EXPECT_EQ(start(nullptr, "/no/where") + start(nullptr, ""), "");
   EXPECT_EQ(std::filesystem::status(made).permissions(), std::filesystem::perms::owner_all);
+  std::filesystem::create_directory_symlink(good, scratch.path("link"));
+  EXPECT_TRUE(DbgCacheUnix::dirExists(scratch.path("link").c_str()));
+  EXPECT_EQ(inChild([&] {  // the real user counts, and the password database does not know it
+              return ::setresuid(54321, 0, 0) != 0 || start(nullptr, good.c_str()).empty();
+            }),
+            1);
 }
 
 TEST(CacheStart, TwoFirstStartsAtOnceAndAFileInTheWay) {

@@ -39,7 +39,9 @@ TEST_F(Store, ACopyIsNamedByShortNameAndDigestAndHoldsTheBytesAlone) {
   EXPECT_GT(state.st_atime, 1);  // it is young again
   EXPECT_GT(state.st_mtime, 1);
   EXPECT_EQ(bytesOf(cache->actualName(file, &digest)), scratch.path(digestName));
-  EXPECT_TRUE(cache->actualName(fileName("other"), &digest).isEmpty());
+  std::filesystem::create_symlink("nowhere", scratch.path("other"));
+  EXPECT_TRUE(cache->actualName(fileName("other"), nullptr).isEmpty());
+  EXPECT_EQ(bytesOf(DbgCache::makeFileName(fileName("d/a(b)"), nullptr)), "a(b)");
 }
 
 TEST_F(Store, ReadsRanges) {
@@ -80,22 +82,25 @@ TEST_F(Store, ReadsRanges) {
 TEST_F(Store, NothingButAFileIsReadOrWrittenAndNothingBlocks) {
   ASSERT_EQ(::mkfifo(scratch.path("fifo").c_str(), 0600), 0);
   std::filesystem::create_directory(scratch.path("dir"));
-  TraceCapture capture({TraceFlag::vkt, TraceFlag::error});
+  {
+    TraceCapture errors({TraceFlag::error});
+    DbgCacheUnix::removeFile(scratch.path("dir").c_str());
+    EXPECT_THAT(errors.lines(), ElementsAre("removeFile ERROR errno = 21 when removing file " +
+                                            scratch.path("dir") + " from cache"));
+  }
+  TraceCapture capture({TraceFlag::vkt});
   errno = 0;
   EXPECT_EQ(cache->read(fileName("fifo"), nullptr), "(null)");
   cache->addFile(content("x"), fileName("fifo"), nullptr);
   EXPECT_EQ(cache->read(fileName("dir"), nullptr, 0, 1), "(null)");
   cache->addFile(content("x"), fileName("dir"), nullptr);
   cache->remove(fileName("missing"), &digest);
-  DbgCacheUnix::removeFile(scratch.path("dir").c_str());
   EXPECT_EQ(bytesOf(cache->actualName(fileName("dir"), nullptr)), scratch.path("dir"));
-  EXPECT_THAT(
-      capture.lines(),
-      ElementsAre(
-          "readFile VKT offset failed - errno = 0", "addFile VKT ::open failed - errno = 6",
-          "readFile VKT ::read failed - errno = 21", "addFile VKT ::open failed - errno = 21",
-          "remove VKT ::unlink failed - errno = 2",
-          "removeFile ERROR errno = 21 when removing file " + scratch.path("dir") + " from cache"));
+  EXPECT_THAT(capture.lines(), ElementsAre("readFile VKT offset failed - errno = 0",
+                                           "addFile VKT ::open failed - errno = 6",
+                                           "readFile VKT ::read failed - errno = 21",
+                                           "addFile VKT ::open failed - errno = 21",
+                                           "remove VKT ::unlink failed - errno = 2"));
 }
 
 TEST_F(Store, APatternRemovalTakesEveryDigestAndNothingElse) {
@@ -107,7 +112,11 @@ TEST_F(Store, APatternRemovalTakesEveryDigestAndNothingElse) {
   cache->remove(file, &digest);                         // which is no news
   cache->remove(fileName("/usr/src/main.o"), nullptr);  // no entry has a "/"
   EXPECT_THAT(capture.lines(), IsEmpty());
-  cache->remove(file, nullptr);
+  {
+    FaultPlan const plan({"opendir"}, 1, EMFILE);
+    cache->remove(file, nullptr);  // nothing is removed, and nothing told
+  }
+  cache->remove(fileName("main\\.o"), nullptr);
   EXPECT_THAT(capture.lines(), ElementsAre("removeFile ** File " + scratch.path("main.o.1") +
                                            " removed from cache"));
   cache->remove(fileName("[.x]*"), nullptr);  // a pattern character is one, a leading "." is not

@@ -51,8 +51,9 @@ TEST(Failure, IsThrownAsWhatItIsAndSilentWhenNobodyListens) {
     EXPECT_EQ(failure.rc, static_cast<unsigned int>(EACCES));
     EXPECT_EQ(bytesOf(failure.reason), UNIX_ApiFailure::failureText(EACCES));
   }
-  EXPECT_THROW(CUL_ApiFailure::throwException(CUL_ApiFailure::kCommunications, 1, "lost"),
-               CUL_ApiFailure);
+  EXPECT_THAT(
+      [] { CUL_ApiFailure::throwException(CUL_ApiFailure::kApiRc, 1, "lost"); },
+      testing::Throws<CUL_ApiFailure>(testing::Field(&CUL_ApiFailure::reason, text("lost"))));
   EXPECT_THAT(capture.lines(), testing::IsEmpty());
 }
 

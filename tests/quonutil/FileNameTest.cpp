@@ -45,6 +45,8 @@ TEST(FileName, RationalizePath) {
   EXPECT_EQ(folded("../../../a.c", "/d"), "/a.c");
   EXPECT_EQ(folded("a/..", ""), ".");
   EXPECT_EQ(folded("../a/../../b", ""), "../../b");
+  EXPECT_EQ(folded("..a/../b", ""), "b");
+  EXPECT_EQ(folded("/x/../", ""), "/");
   EXPECT_EQ(folded("a/b/", ""), "a/b/");
   EXPECT_EQ(folded("..", "/"), "/");
   EXPECT_EQ(folded("...", "/d"), "/d/...");

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "quonutil/collections/AutoList.h"
+#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -38,6 +39,22 @@ TEST(List, BehavesAsAVectorWhateverIsDoneToIt) {
     list.append(model[0]);
     EXPECT_EQ(list[0], model[0]);
   }
+}
+
+TEST(List, AllocatesSeldomWhicheverEndsAreUsed) {
+  int const number = 0;
+  List<int const*> list(0, 1000);
+  unsigned int const before = allocations;
+  for (int i = 0; i < 1000; ++i) list.append(&number);
+  EXPECT_EQ(allocations, before + 1);  // the step
+  while (list.count() > 3) list.remove(0);
+  for (int i = 0; i < 100000; ++i) {
+    list.append(&number);
+    list.remove(0);
+  }
+  EXPECT_EQ(allocations, before + 1);  // a queue stays where it is
+  for (unsigned int i = 0; i < 100000; ++i) list.insert(i % 2 * list.count(), &number);
+  EXPECT_LT(allocations, before + 60);  // a share of what there is
 }
 
 struct Element {

@@ -33,6 +33,10 @@ TEST(Trace, ALineCannotBeForgedAndNoLineIsCut) {
 TEST(Trace, WritesToStandardErrorAndKeepsErrno) {
   Scratch const scratch;
   std::string const path = scratch.write("lines", "");
+  for (bool on : {true, false}) {
+    traceImplementation().setFlag(TraceFlag::vkt, on);
+    EXPECT_EQ(traceImplementation().isSet(TraceFlag::vkt), on);
+  }
   EXPECT_EQ(inChild([&] {
               ::dup2(::open(path.c_str(), O_WRONLY), STDERR_FILENO);
               say("one");

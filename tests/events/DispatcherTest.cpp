@@ -1,0 +1,297 @@
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "quonutil/threads/StdThread.h"
+#include "tests/events/TestDispatcher.h"
+#include "tests/support/Allocations.h"
+
+namespace {
+
+class Dispatcher : public testing::Test {
+ protected:
+  Dispatcher() { ThreadFronts::clock = 1'000'000; }
+  ~Dispatcher() override {
+    ThreadFronts::clear();
+    EXPECT_EQ(ThreadFronts::held, 0);
+    EXPECT_EQ(ThreadFronts::mismatches, 0U);
+  }
+
+  TestDispatcher dispatcher{3};
+};
+
+TEST_F(Dispatcher, ServesLevelsThenPlainEventsThenDueTimers) {
+  dispatcher.timer('t', 1, 0);
+  dispatcher.timer('z', 0, 1);  // not due
+  dispatcher.timer('d', 2, 0);
+  for (auto [name, priority] : {std::pair{'c', 2}, {'e', 3}, {'f', 255}, {'a', 0}, {'b', 1}}) {
+    dispatcher.plain(name, static_cast<unsigned char>(priority));
+  }
+  // A stream of events on a level keeps the next one waiting.
+  dispatcher.post(*new Event([&] { dispatcher.plain('y', 0); }, nullptr), 0);
+  EXPECT_EQ(dispatcher.drained(), "abytcdef");
+  ThreadFronts::clock = 1'000'001;
+  EXPECT_EQ(dispatcher.drained(), "z");
+}
+
+TEST_F(Dispatcher, TimersRunByDueTimeAndEqualOnesAsTheyWerePosted) {
+  std::mt19937 random(5);
+  std::multimap<unsigned long, int> expected;  // keeps the order of equal keys
+  std::vector<int> ran;
+  for (int i = 0; i < 400; ++i) {
+    unsigned long const delay = random() % 40;
+    expected.emplace(delay, i);
+    dispatcher.post(*new Timer([&ran, i] { ran.push_back(i); }, nullptr, delay), 0);
+  }
+  ThreadFronts::clock = 2'000'000;
+  dispatcher.drained();
+  std::vector<int> order;
+  for (auto const& [delay, number] : expected) order.push_back(number);
+  EXPECT_EQ(ran, order);
+}
+
+TEST_F(Dispatcher, TheEventNotTheOverloadChoosesItsQueue) {
+  auto* const plain = new Timer(dispatcher.says('p'), nullptr, 1'000UL);
+  plain->becomePlain();
+  dispatcher.post(*plain, 0);
+  CUL_Event& timer = *new Timer(dispatcher.says('t'), nullptr, 1'000UL);
+  dispatcher.post(timer, 0);
+  EXPECT_EQ(dispatcher.drained(), "p");
+}
+
+TEST_F(Dispatcher, WaitsForTheNearestDueTimeOfTheServedLevels) {
+  struct Row {
+    unsigned long low, high, heldBack;  // delays of timers on the three levels; 0: no timer
+    unsigned long milliseconds;
+  };
+  constexpr Row kRows[] = {{0, 0, 0, 1'000},         {2'500, 0, 0, 3},     {999, 0, 0, 1},
+                           {1'000, 0, 0, 2},         {998'999, 0, 0, 999}, {999'000, 0, 0, 1'000},
+                           {9'000'000, 0, 0, 1'000}, {7'000, 5'000, 0, 6}, {7'000, 9'000, 0, 8},
+                           {7'000, 0, 10, 8}};
+  for (auto const& row : kRows) {
+    TestDispatcher waiting(3);
+    if (row.low != 0) waiting.timer('a', 0, row.low);
+    if (row.high != 0) waiting.timer('b', 2, row.high);
+    if (row.heldBack != 0) waiting.timer('c', 3, row.heldBack);
+    waiting.block(2);
+    std::vector<unsigned long> waits;
+    ThreadFronts::onWait = [&](unsigned long milliseconds) {
+      waits.push_back(milliseconds);
+      if (waits.size() == 2) waiting.destroy();  // the first wait is over, and nothing has come
+    };
+    waiting.dispatchLoop();
+    EXPECT_THAT(waits, testing::ElementsAre(row.milliseconds, row.milliseconds));
+  }
+}
+
+TEST_F(Dispatcher, YieldsOnceAnEventWithTheLockHeld) {
+  dispatcher.plain('a', 0);
+  dispatcher.plain('b', 3);
+  dispatcher.timer('c', 2, 0);
+  int yields = 0;
+  ThreadFronts::onYield = [&] { yields += ThreadFronts::held; };
+  StdThread::currentThread();  // is made at first use
+  unsigned int const before = allocations;
+  for (int i = 0; i < 3; ++i) dispatcher._process_event(dispatcher._waitpop());
+  EXPECT_EQ(allocations, before);  // neither scanning nor taking allocates
+  EXPECT_EQ(yields, 3);
+  dispatcher._process_event(nullptr);
+  EXPECT_EQ(dispatcher.queued(), 0U);
+}
+
+TEST_F(Dispatcher, LevelsAreHeldBackAndReleased) {
+  dispatcher.plain('b', 2);
+  dispatcher.timer('c', 3, 0);
+  dispatcher.block(1);
+  dispatcher.plain('a', 3);  // is queued below
+  EXPECT_EQ(dispatcher.drained(), "a");
+  EXPECT_EQ(dispatcher.queued(), 2U);
+  dispatcher.block(2);
+  EXPECT_EQ(dispatcher.drained(), "b");
+  dispatcher.block(0);  // is 1
+  dispatcher.plain('d', 0);
+  EXPECT_EQ(dispatcher.drained(), "d");
+  dispatcher.block(255);
+  EXPECT_EQ(dispatcher.drained(), "c");
+  EXPECT_EQ(dispatcher.queued(), 0U);
+}
+
+TEST_F(Dispatcher, WakesItsThreadWhenThereIsSomethingToTake) {
+  auto const wakes = [](auto const& action) {
+    unsigned int const before = ThreadFronts::posts;
+    action();
+    return ThreadFronts::posts - before;
+  };
+  EXPECT_EQ(wakes([&] { dispatcher.plain('a', 3); }), 1U);
+  EXPECT_EQ(wakes([&] { dispatcher.block(1); }), 0U);
+  EXPECT_EQ(wakes([&] { dispatcher.block(2); }), 1U);
+  EXPECT_EQ(wakes([&] { dispatcher.block(2); }), 0U);
+  EXPECT_EQ(wakes([&] { dispatcher.block(9); }), 1U);
+  // The level is chosen before the lock, the wake-up decided under it.
+  auto const meanwhile = [&](unsigned char served) {
+    ThreadFronts::onRequest = [&, served](char const* label) {
+      if (std::string(label) != "post") return;
+      ThreadFronts::onRequest = nullptr;
+      dispatcher.block(served);
+    };
+  };
+  meanwhile(1);
+  EXPECT_EQ(wakes([&] { dispatcher.plain('b', 3); }), 0U);
+  EXPECT_EQ(dispatcher.drained(), "");
+  meanwhile(3);
+  EXPECT_EQ(wakes([&] { dispatcher.plain('c', 3); }), 2U);  // the block's and the post's
+  EXPECT_EQ(dispatcher.drained(), "cab");
+  EXPECT_EQ(wakes([&] { dispatcher.destroy(); }), 1U);
+}
+
+TEST_F(Dispatcher, FindsAndDiscardsByTag) {
+  int tag = 0;
+  auto const tagged = [&tag](CUL_Event* event) {
+    event->tag = &tag;
+    return event;
+  };
+  CUL_Event* const high = tagged(dispatcher.plain('h', 3));
+  CUL_Event* const timer = tagged(dispatcher.timer('t', 1, 9));
+  dispatcher.plain('x', 1);
+  CUL_Event* const first = tagged(dispatcher.plain('a', 1));
+  tagged(dispatcher.plain('b', 1));
+  tagged(dispatcher.timer('u', 1, 11));
+  CUL_Event* const own = dispatcher.timer('y', 1, 10);
+  dispatcher.block(1);
+  EXPECT_EQ(dispatcher._findFirstEvent(&tag), first);
+  EXPECT_EQ(dispatcher._findFirstEvent(own), own);
+  EXPECT_EQ(dispatcher._findFirstEvent(&dispatcher), nullptr);
+  first->tag = nullptr;
+  dispatcher._purge(nullptr);
+  EXPECT_EQ(std::exchange(dispatcher.log, ""), "-a");
+  timer->tag = timer;
+  high->tag = high;
+  dispatcher._purge(&tag);
+  EXPECT_EQ(std::exchange(dispatcher.log, ""), "-u-b");
+  EXPECT_EQ(dispatcher._findFirstEvent(high), high);
+  EXPECT_EQ(dispatcher._findFirstEvent(timer), timer);
+  EXPECT_EQ(dispatcher.queued(), 4U);
+  dispatcher.block(3);
+  ThreadFronts::clock = 2'000'000;
+  EXPECT_EQ(dispatcher.drained(), "xtyh");
+}
+
+TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {
+  for (char name : {'a', 'b'}) dispatcher.plain(name, 0);
+  for (char name : {'t', 'u'}) dispatcher.timer(name, 0, 5);
+  dispatcher.plain('h', 3);
+  dispatcher.block(1);
+  dispatcher.destroy();
+  EXPECT_EQ(std::exchange(dispatcher.log, ""), "-h-u-t-b-a");
+  EXPECT_EQ(dispatcher.queued(), 1U);  // what wakes the loop
+  Event refused(nullptr, nullptr);
+  Timer refusedTimer(nullptr, nullptr, 0UL);
+  EXPECT_FALSE(dispatcher.post(refused, 0) || dispatcher.post(refusedTimer, 0));
+  EXPECT_EQ(dispatcher._waitpop(), nullptr);
+  EXPECT_EQ(dispatcher.drained(), "ended");
+  EXPECT_EQ(dispatcher.queued(), 0U);
+}
+
+TEST_F(Dispatcher, DestroyAtTheLastMoment) {
+  dispatcher.plain('a', 0);
+  dispatcher.plain('b', 0);
+  ThreadFronts::afterRelease = [&](char const* label) {
+    if (std::string(label) != "_waitpop") return;
+    ThreadFronts::afterRelease = nullptr;
+    EXPECT_TRUE(dispatcher.on_dispatch_thread());
+    dispatcher.destroy();
+  };
+  EXPECT_EQ(dispatcher.drained(), "-b?aended");  // taken, but too late to run
+  EXPECT_FALSE(dispatcher.on_dispatch_thread());
+}
+
+TEST_F(Dispatcher, EventsThatCallItWhileTheyAreDiscarded) {
+  int tag = 0;
+  unsigned int refused = 0;
+  for (unsigned char priority = 0; priority < 4; ++priority) {
+    auto* const event = new Event(nullptr, [&](End end) {
+      EXPECT_EQ(end, kPurged);
+      auto late = std::make_unique<Event>(nullptr, nullptr);
+      late->tag = &tag;
+      if (dispatcher.post(*late, 3)) {
+        late.release();
+      } else {
+        ++refused;
+      }
+      dispatcher.block(2);
+      dispatcher._purge(&tag);
+      if (dispatcher._findFirstEvent(&tag) != nullptr) ++refused;
+    });
+    event->tag = &tag;
+    dispatcher.post(*event, priority);
+    dispatcher.plain('x', priority);
+  }
+  dispatcher._purge(&tag);
+  EXPECT_EQ(dispatcher.queued(), 4U);
+  EXPECT_EQ(refused, 0U);
+  dispatcher.post(*new Event(nullptr, [&](End) { dispatcher.destroy(); }), 0);
+  dispatcher.destroy();
+  EXPECT_EQ(dispatcher.queued(), 1U);
+}
+
+TEST_F(Dispatcher, WhatAnEventThrowsComesOutOfTheLoop) {
+  unsigned int deleted = 0;
+  dispatcher.post(*new Event([] { throw 5; }, [&](End) { ++deleted; }), 0);
+  dispatcher.plain('a', 0);
+  EXPECT_THROW(dispatcher.dispatchLoop(), int);
+  EXPECT_EQ(deleted, 1U);
+  EXPECT_FALSE(dispatcher.on_dispatch_thread());
+  EXPECT_EQ(dispatcher.drained(), "a");
+}
+
+TEST_F(Dispatcher, WithoutMemoryNothingIsPosted) {
+  for (bool timers : {false, true}) {
+    TestDispatcher full(1);
+    for (unsigned long due = 100;; ++due) {  // until the queue has to grow
+      std::unique_ptr<CUL_Event> event;
+      if (timers) {
+        event = std::make_unique<Timer>(nullptr, nullptr, due);
+      } else {
+        event = std::make_unique<Event>(nullptr, nullptr);
+      }
+      unsigned int const before = full.queued();
+      failingAllocation = 1;
+      try {
+        full.post(*event, 0);
+        event.release();
+        failingAllocation = 0;
+      } catch (std::bad_alloc const&) {
+        EXPECT_EQ(full.queued(), before);
+        EXPECT_TRUE(full.post(*event, 0));
+        event.release();
+        break;
+      }
+    }
+  }
+  failingAllocation = 1;
+  EXPECT_THROW(dispatcher.destroy(), std::bad_alloc);
+  EXPECT_TRUE(dispatcher.post(*new Event(dispatcher.says('a'), nullptr), 0));
+  EXPECT_EQ(dispatcher.drained(), "a");
+  for (unsigned int nth = 1; nth < 12; ++nth) {
+    failingAllocation = nth;
+    EXPECT_THROW(EventDispatcherBase(4), std::bad_alloc) << nth;
+  }
+  failingAllocation = 0;
+}
+
+TEST_F(Dispatcher, NoLevelsAreOneAndThereMayBe255) {
+  TestDispatcher one(0), most(255);
+  one.plain('a', 0);
+  one.plain('b', 2);
+  one.plain('c', 255);
+  EXPECT_EQ(one.drained(), "abc");
+  most.plain('z', 255);
+  most.plain('y', 254);
+  EXPECT_EQ(most.drained(), "yz");
+}
+
+}  // namespace

@@ -1,0 +1,88 @@
+#include "tests/support/ThreadFronts.h"
+
+#include <dlfcn.h>
+
+#include <cstring>
+
+#include "quonutil/threads/ElapsedTime.h"
+#include "quonutil/threads/StdThread.h"
+#include "quonutil/threads/UNIX_Critical_Section.h"
+#include "quonutil/threads/UNIX_Event_Semaphore.h"
+
+std::atomic<unsigned long> ThreadFronts::clock = 0;
+std::function<void(unsigned long)> ThreadFronts::onWait;
+bool ThreadFronts::waitsForever = false;
+std::function<void(char const*)> ThreadFronts::onRequest, ThreadFronts::afterRelease;
+std::function<void()> ThreadFronts::onYield;
+std::atomic<unsigned int> ThreadFronts::posts = 0;
+thread_local int ThreadFronts::held = 0;
+thread_local unsigned int ThreadFronts::mismatches = 0;
+
+namespace {
+
+thread_local char const* labels[8];  // of the locks that this thread holds
+
+// The library's own, which stands behind. A member function takes its object first.
+template <class Function>
+Function* libraryOwn(char const* mangled) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, mangled));
+}
+
+}  // namespace
+
+void ThreadFronts::clear() {
+  clock = 0;
+  waitsForever = false;
+  onWait = nullptr;
+  onRequest = afterRelease = nullptr;
+  onYield = nullptr;
+}
+
+unsigned long ElapsedTime::now() noexcept {
+  if (unsigned long const reading = ThreadFronts::clock) return reading;
+  static auto* const own = libraryOwn<unsigned long()>("_ZN11ElapsedTime3nowEv");
+  return own();
+}
+
+void StdThread::thread_yield() noexcept {
+  if (ThreadFronts::onYield) return ThreadFronts::onYield();
+  static auto* const own = libraryOwn<void(StdThread*)>("_ZN9StdThread12thread_yieldEv");
+  own(this);
+}
+
+using LockOperation = void(UNIX_Critical_Section*, char const*, unsigned int);
+
+void UNIX_Critical_Section::request(char const* label, unsigned int line) noexcept {
+  if (ThreadFronts::onRequest) ThreadFronts::onRequest(label);
+  static auto* const own = libraryOwn<LockOperation>("_ZN21UNIX_Critical_Section7requestEPKcj");
+  own(this, label, line);
+  labels[ThreadFronts::held++] = label;
+}
+
+void UNIX_Critical_Section::release(char const* label, unsigned int line) noexcept {
+  static auto* const own = libraryOwn<LockOperation>("_ZN21UNIX_Critical_Section7releaseEPKcj");
+  if (line == 0 || std::strcmp(label, labels[--ThreadFronts::held]) != 0) {
+    ++ThreadFronts::mismatches;
+  }
+  own(this, label, line);
+  if (ThreadFronts::afterRelease) ThreadFronts::afterRelease(label);
+}
+
+void UNIX_Event_Semaphore::post() noexcept {
+  static auto* const own =
+      libraryOwn<void(UNIX_Event_Semaphore*)>("_ZN20UNIX_Event_Semaphore4postEv");
+  ++ThreadFronts::posts;
+  own(this);
+}
+
+bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale scale, bool close) noexcept {
+  if (ThreadFronts::onWait) {
+    ThreadFronts::onWait(time);
+    return false;
+  }
+  using Wait = bool(UNIX_Event_Semaphore*, unsigned long, WaitTimeScale, bool);
+  static auto* const own =
+      libraryOwn<Wait>("_ZN20UNIX_Event_Semaphore4waitEmN19CUL_Event_Semaphore13WaitTimeScaleEb");
+  constexpr unsigned long kForever = 3'600'000;
+  return own(this, ThreadFronts::waitsForever ? kForever : time, scale, close);
+}
