@@ -68,16 +68,13 @@ struct EventDispatcherBase::Level {
   // In front of the first that is due later. Most come in the order of their due times.
   unsigned int placeOf(CUL_Timer_Event const& timer) const {
     unsigned int low = 0;
-    unsigned int high = timers.count();
-    if (high == 0 || timers[high - 1]->timeoutTime <= timer.timeoutTime) return high;
-    --high;
-    while (low < high) {
-      unsigned int const middle = low + (high - low) / 2;
-      if (timers[middle]->timeoutTime > timer.timeoutTime) {
-        high = middle;
-      } else {
-        low = middle + 1;
-      }
+    unsigned int left = timers.count();
+    if (left == 0 || timers[left - 1]->timeoutTime <= timer.timeoutTime) return left;
+    // Written so that the compiler need not branch on what nobody can predict.
+    while (left > 1) {
+      unsigned int const half = left / 2;
+      low += timers[low + half - 1]->timeoutTime <= timer.timeoutTime ? half : 0;
+      left -= half;
     }
     return low;
   }

@@ -1,5 +1,9 @@
 #include "quonutil/threads/UNIX_Critical_Section.h"
 
+UNIX_Critical_Section::UNIX_Critical_Section() noexcept = default;
+
+UNIX_Critical_Section::~UNIX_Critical_Section() = default;
+
 void UNIX_Critical_Section::request(char const* label, unsigned int line) noexcept {
   mutex_.request();
   holder_ = label;
