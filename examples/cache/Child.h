@@ -11,8 +11,8 @@ struct ChildResult {
 };
 
 /// Runs `act` in a child process and waits for its end. What it writes to the descriptor `out` is
-/// the output, what it returns the exit status; an exception ends it with 127. Only where no other
-/// thread runs: a lock that one holds would stay locked in the child.
+/// the output, what it returns the exit status; an exception ends it with 127. Beside other
+/// threads only while none of them holds a lock that `act` takes: it stays locked in the child.
 ChildResult inChild(std::function<int(int out)> const& act);
 
 /// Runs a program, found along PATH, in the environment of this process but for HOME, and waits

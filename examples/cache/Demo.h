@@ -2,11 +2,14 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "Checks.h"
 #include "DebugFiles.h"
+#include "DispatchThread.h"
 #include "Display.h"
 #include "Scratch.h"
 #include "TraceLines.h"
@@ -20,6 +23,7 @@ inline EncodedString systemText(std::string const& text) {
 
 /// The cache parameter of this run: the default directory, 24 hours, no flush.
 constexpr char const* kParameter = ":24";
+constexpr unsigned kHours = 24;
 
 /// A file as it is on disk: what every copy is held against.
 struct Original {
@@ -34,6 +38,12 @@ struct Original {
   MD5 digest;
 };
 
+/// Where the cache has its copy; empty when it has none.
+std::filesystem::path copyOf(Original const& original);
+
+/// The paths of all that lies in the home directory.
+std::set<std::filesystem::path> everythingAtHome();
+
 using Clock = std::chrono::steady_clock;
 
 inline double secondsSince(Clock::time_point start) {
@@ -42,7 +52,7 @@ inline double secondsSince(Clock::time_point start) {
 
 /// What the sections of the demo share.
 struct Demo {
-  /// Holds when the library has written no trace line since the last time.
+  /// Holds when the library has traced no failure since the last time.
   void expectNoTrace() {
     for (auto const& line : trace.take()) checks.expect(false, "nothing is traced: " + line);
   }
@@ -54,6 +64,7 @@ struct Demo {
   std::vector<Original> originals;
   std::uint64_t bytes = 0;  ///< of the originals
   std::size_t ranges = 0;   ///< that were read back and compared
+  unsigned removed = 0;     ///< entries that were to go for their age
   unsigned failures = 0;    ///< that were provoked
 };
 
@@ -80,6 +91,20 @@ constexpr char const* kSecondProcess = "--second-process";
 void beSecondProcess(Demo& demo, std::string const& settings,
                      std::vector<std::string> const& files);
 
+/// Ages entries of the cache and has the process-wide dispatcher's thread remove what is too old.
+void removeByAge(Demo& demo, Scratch const& scratch);
+
 /// Makes operations of the cache fail as they fail in the field, and holds what they do and trace
 /// against what they should. It loses a copy: nothing reads the cache after it.
 void provokeFailures(Demo& demo);
+
+/// Posts to the alternate dispatcher and to one with levels that are held back, and compares the
+/// order in which the events run.
+void runInOrder(Demo& demo);
+
+/// Destroys the process-wide dispatcher and its alternate, and looks for what they left behind.
+/// `threads` is how many there were when only `dispatch` had been added.
+void endDispatching(Demo& demo, DispatchThread& dispatch, std::size_t threads);
+
+/// How many threads this process has.
+std::size_t countThreads();

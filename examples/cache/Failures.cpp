@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <set>
 #include <sstream>
 
 #include "Child.h"
@@ -23,18 +22,6 @@ namespace fs = std::filesystem;
 
 constexpr unsigned kNobody = 65'534;
 
-std::string copyOf(Original const& original) {
-  return DbgCache::instance()->actualName(original.name, &original.digest).data();
-}
-
-std::set<std::string> everythingAtHome() {
-  std::set<std::string> paths;
-  for (auto const& entry : fs::recursive_directory_iterator(std::getenv("HOME"))) {
-    paths.insert(entry.path());
-  }
-  return paths;
-}
-
 // "addFile:123 VKT text" as "addFile VKT text": the number changes with the library's source.
 std::string withoutLineNumber(std::string line) {
   auto const colon = std::min(line.find(':'), line.size());
@@ -42,7 +29,8 @@ std::string withoutLineNumber(std::string line) {
 }
 
 // Runs `act` in a child, which may spoil its user, its limits and its errno. `act` tells whether
-// it came to the failure and got the result of one.
+// it came to the failure and got the result of one. The dispatch thread has nothing to run and
+// does not trace, so it holds no lock that the cache takes in the child.
 void provoke(Demo& demo, std::function<bool()> const& act, std::string const& expected) {
   auto const before = everythingAtHome();
   ChildResult const child = inChild([&](int out) {
@@ -69,7 +57,7 @@ bool becomeNobody() {
 
 void storeWithoutPermission(Demo& demo, Original const& original) {
   bool const isRoot = ::geteuid() == 0;  // whom permissions do not bind
-  std::string const directory = fs::path(copyOf(original)).parent_path();
+  fs::path const directory = copyOf(original).parent_path();
   demo.display.line("1. User %u stores, but may not write the directory (13 is EACCES):",
                     isRoot ? kNobody : ::geteuid());
   auto const act = [&] {

@@ -1,25 +1,19 @@
 #pragma once
 
-#include <cerrno>
-#include <cstdlib>
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
-#include <system_error>
 
-/// A directory of our own among the temporary ones, gone with everything in it when this goes.
+/// A directory of our own among the temporary ones. A process of its own, the keeper, makes it, and
+/// removes it with everything in it when this object goes, or this process, by whatever signal.
+/// Made before any other thread.
 class Scratch {
  public:
-  Scratch() : path_((std::filesystem::temp_directory_path() / "cul-demo.XXXXXX").string()) {
-    if (::mkdtemp(path_.data()) == nullptr) {
-      throw std::system_error(errno, std::generic_category(), path_);
-    }
-  }
+  Scratch();
   Scratch(Scratch const&) = delete;
   Scratch& operator=(Scratch const&) = delete;
-  ~Scratch() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
+  ~Scratch() { remove(); }
 
   std::string file(char const* name) const { return path_ + '/' + name; }
 
@@ -29,6 +23,11 @@ class Scratch {
     return file(name);
   }
 
+  /// Has everything removed and waits for it. Returns whether nothing is left.
+  bool remove();
+
  private:
   std::string path_;
+  pid_t keeper_;
+  int end_;  // our end of the connection with the keeper; -1 when that has gone
 };

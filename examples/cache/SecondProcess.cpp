@@ -42,10 +42,8 @@ bool finds(Original const& original) {
 
 void runSecondProcess(Demo& demo, Scratch const& scratch) {
   demo.display.heading("A second process knows the cache from the stored setting only");
-  auto const& first = demo.originals.front();
-  std::filesystem::path const copy =
-      DbgCache::instance()->actualName(first.name, &first.digest).data();
-  std::string const complete = copy.parent_path().string() + '/' + kParameter + ":noflush";
+  std::string const cache = copyOf(demo.originals.front()).parent_path();
+  std::string const complete = cache + '/' + kParameter + ":noflush";
   std::string const home = scratch.directory("home-of-the-second");
   saveSetting(scratch.file("settings"));
   demo.display.line("setting %u  %s", DebuggerSettings::kDebugInformationCache,

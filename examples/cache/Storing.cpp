@@ -20,6 +20,15 @@ Original::Original(DebugFile const& file) : label(file.library), name(systemText
   digest.update(content.data(), content.length());
 }
 
+std::filesystem::path copyOf(Original const& original) {
+  return DbgCache::instance()->actualName(original.name, &original.digest).data();
+}
+
+std::set<std::filesystem::path> everythingAtHome() {
+  std::filesystem::recursive_directory_iterator const all(std::getenv("HOME"));
+  return {begin(all), end(all)};
+}
+
 void storeFiles(Demo& demo, std::vector<DebugFile> const& files) {
   demo.display.heading("Each file is stored under its MD5");
   demo.display.line("%-22s %10s  %-32s  %s", "debug information", "size", "MD5", "stored in");
@@ -34,13 +43,11 @@ void storeFiles(Demo& demo, std::vector<DebugFile> const& files) {
     demo.display.line("%-22.22s %10s  %s  %6.1f ms", original.label.c_str(),
                       humanSize(original.content.length()).c_str(), original.digestText().c_str(),
                       1e3 * seconds);
-    demo.checks.expect(!cache->actualName(original.name, &original.digest).isEmpty(),
-                       original.label + " is in the cache");
+    demo.checks.expect(!copyOf(original).empty(), original.label + " is in the cache");
   }
-  auto const& first = demo.originals.front();
   demo.display.line("%zu files, %s bytes; the first copy is", files.size(),
                     grouped(demo.bytes).c_str());
-  demo.display.line("%s", cache->actualName(first.name, &first.digest).data());
+  demo.display.line("%s", copyOf(demo.originals.front()).c_str());
   demo.expectNoTrace();
 }
 

@@ -6,8 +6,8 @@
 
 #include "quonutil/trace/TraceImplementation.h"
 
-/// The library's trace, with the flags on that the cache uses, collected instead of printed. Lines
-/// arrive from any thread; they are taken when no other thread traces.
+/// The library's trace of what fails, collected instead of printed. Lines arrive from any thread;
+/// they are taken when no other thread traces.
 class TraceLines {
  public:
   TraceLines() {
@@ -26,7 +26,7 @@ class TraceLines {
 
  private:
   static void setFlags(bool on) {
-    for (auto flag : {TraceFlag::detail, TraceFlag::error, TraceFlag::warning, TraceFlag::vkt}) {
+    for (auto flag : {TraceFlag::error, TraceFlag::warning, TraceFlag::vkt}) {
       traceImplementation().setFlag(flag, on);
     }
   }

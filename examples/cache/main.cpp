@@ -1,10 +1,10 @@
-// cul-demo: the debug-information cache at its work, on real files.
+// cul-demo: the debug-information cache and the dispatchers at their work, on real files.
 //
 //   cul-demo            with the debug information of this process's C library
 //   cul-demo FILE...    with these files
 //
-// Everything it writes lies in a temporary directory, which it removes. It ends with 0 when every
-// comparison held.
+// Everything it writes lies in a temporary directory, which goes however the demo ends. It ends
+// with 0 when every comparison held.
 
 #include <csignal>
 #include <cstdio>
@@ -12,6 +12,7 @@
 #include <exception>
 
 #include "Demo.h"
+#include "Events.h"
 #include "quonutil/settings/DebuggerParameters.h"
 
 namespace {
@@ -20,9 +21,11 @@ constexpr std::size_t kMostShown = 20;
 
 void summarize(Demo& demo) {
   demo.display.heading("Summary");
-  demo.display.line("%zu files, %s bytes; %s ranges compared; %u failures provoked; %.1f s",
+  demo.display.line("%zu files, %s bytes; %s ranges compared; %u entries removed for their age;",
                     demo.originals.size(), grouped(demo.bytes).c_str(),
-                    grouped(demo.ranges).c_str(), demo.failures, secondsSince(demo.start));
+                    grouped(demo.ranges).c_str(), demo.removed);
+  demo.display.line("%u failures provoked; %u events made and gone; %.1f s", demo.failures,
+                    Counted::gone.load(), secondsSince(demo.start));
   if (demo.checks.broken().empty()) demo.display.line("Every comparison held.");
 }
 
@@ -40,16 +43,22 @@ int exitStatus(Demo& demo) {
 // The cache lies where nobody else has one: the default directory is in the home directory.
 int run(std::vector<DebugFile> const& files) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that goes, as "head" does, leaves us to clean up
-  Scratch const scratch;
+  Scratch scratch;
   ::setenv("HOME", scratch.directory("home").c_str(), 1);
   DebuggerParameters::instance()->setParm(DebuggerParameters::kCacheParameter,
                                           systemText(kParameter));
   Demo demo;
+  DispatchThread dispatch;
+  std::size_t const threads = countThreads();
   storeFiles(demo, files);
   checkDigests(demo);
   readBack(demo);
   runSecondProcess(demo, scratch);
+  removeByAge(demo, scratch);
   provokeFailures(demo);
+  runInOrder(demo);
+  endDispatching(demo, dispatch, threads);
+  demo.checks.confirm(scratch.remove(), "nothing is left of the home directory");
   summarize(demo);
   return exitStatus(demo);
 }
