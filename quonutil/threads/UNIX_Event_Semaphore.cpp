@@ -5,8 +5,8 @@
 void UNIX_Event_Semaphore::post() noexcept {
   if (isOpen_.exchange(true)) return;
   // Whoever waits found the gate closed with the lock held, and then sleeps by now; or finds it
-  // open.
-  std::lock_guard<std::mutex> const held(lock_);
+  // open. Woken, it may run at once in this thread's place, and shall not find the lock taken.
+  { std::lock_guard<std::mutex> const held(lock_); }
   opened_.notify_all();
 }
 

@@ -8,7 +8,8 @@
 #include "quonutil/threads/CUL_Event_Semaphore.h"
 
 /// A gate between threads. Posted, it is open and stays open until it is reset; each thread that
-/// waits meanwhile passes at once. Any thread may call anything here at any time.
+/// waits meanwhile passes at once. Any thread may call anything here at any time; when the object
+/// is destroyed no thread is in any operation of it.
 class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
  public:
   UNIX_Event_Semaphore() noexcept = default;
