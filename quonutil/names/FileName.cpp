@@ -108,6 +108,16 @@ EncodedString FileName::member() const {
   return part(length() - std::min(memberLength_ + 1, length()), memberLength_);
 }
 
+void FileName::change_member(EncodedString const& member) {
+  EncodedString text = directory() + base();
+  if (!member.isEmpty()) {
+    text.append("(", 1);
+    text += member;
+    text.append(")", 1);
+  }
+  *this = text;
+}
+
 void FileName::rationalizePath(EncodedString const& directory) {
   if (isEmpty()) return;
   if (data()[0] == '/' || directory.isEmpty()) {

@@ -38,6 +38,11 @@ class QUONUTIL_EXPORT FileName : public EncodedString {
   EncodedString base() const;
   /// The member's name without its parentheses.
   EncodedString member() const;
+  /// False for the empty name and for one that ends in "/".
+  bool hasFilePart() const noexcept { return directoryLength_ < length(); }
+
+  /// Gives the name another member, or with an empty text none.
+  void change_member(EncodedString const& member);
 
   /// Makes a relative name absolute against `directory`, then folds ".", ".." and repeated "/"
   /// away, by text alone: a ".." behind a symbolic link does not lead where the system would go.

@@ -1,0 +1,8 @@
+#pragma once
+
+/// How the bytes of one EBCDIC code page stand to those of ISO 8859-1: one byte for one byte, in
+/// both directions, and there and back is the same byte.
+struct EBCDICtable {
+  unsigned char toLatin1[256];
+  unsigned char fromLatin1[256];
+};
