@@ -10,7 +10,9 @@
 #include <utility>
 
 #include "cul/base/Descriptor.h"
+#include "cul/platform/LINUX_Api.h"
 #include "cul/platform/UNIX_ApiFailure.h"
+#include "quonutil/text/EBCDICtableStore.h"
 
 namespace {
 
@@ -107,4 +109,24 @@ int CUL_Api::getpid() { return ::getpid(); }
 int CUL_Api::getpid(int& pid) {
   pid = ::getpid();
   return status(pid != -1);
+}
+
+CUL_Api::CUL_Api() : CUL_Api(kDefaultApi, 0) {}
+
+CUL_Api::CUL_Api(ApiType type, int flags) : apiType(type), flag(flags & 1) {}
+
+CUL_Api::~CUL_Api() = default;
+
+CUL_Api* CUL_Api::localApi() {
+  static CUL_Api* local = nullptr;
+  if (local == nullptr) local = new LINUX_Api(kLocalApi, 0);
+  return local;
+}
+
+CUL_Api* CUL_Api::defaultApi(CUL_Api* api) { return api != nullptr ? api : localApi(); }
+
+EBCDICtable const* CUL_Api::getEBCDICtable(char const* name) const {
+  EBCDICtableStore const& store = *EBCDICtableStore::instance();
+  EBCDICtable const* const table = store.find(name);
+  return table != nullptr ? table : store.find(nullptr);
 }

@@ -3,10 +3,13 @@
 #include <sys/stat.h>
 
 #include "cul/base/Export.h"
+#include "quonutil/collections/List.h"
 #include "quonutil/names/FileName.h"
 #include "quonutil/names/TimeDateStamp.h"
 #include "quonutil/text/ByteString.h"
 #include "quonutil/text/EncodedString.h"
+
+struct EBCDICtable;
 
 /// The operating system's calls as the engine makes them.
 ///
@@ -15,8 +18,16 @@
 /// succeeded and 1 when it failed, traces and throws nothing, and leaves errno as the call set it.
 /// A failed one changes no argument unless its comment says so. Texts go out in the system's
 /// encoding and come back in it. Any thread may call anything here; getenv takes no lock.
+///
+/// An object of this class stands for a platform; localApi() is the one that the process runs on.
 class CUL_EXPORT CUL_Api {
  public:
+  /// Whose platform an object stands for.
+  enum ApiType : int {
+    kDefaultApi = 0,
+    kLocalApi = 1,
+  };
+
   /// Where a seek counts from. Any other value counts from the start.
   enum Whence : int {
     kFromStart = 0,
@@ -70,4 +81,32 @@ class CUL_EXPORT CUL_Api {
   static int getpid();
   /// getpid(2). Status.
   static int getpid(int& pid);
+
+  /// Appends the words of `text` to `words`; each is the caller's to delete. Words are separated by
+  /// blanks and tabs. Between double quotes everything is part of the word; quoted pieces and bare
+  /// ones next to each other are one word, and an open quote reaches to the end. Behind a
+  /// backslash, which goes, any character is an ordinary one. An empty word adds nothing.
+  static void split(EncodedString const& text, List<EncodedString*>& words);
+
+  /// The platform that the process runs on, made at the first call and never destroyed. That call
+  /// must be over before another thread makes one.
+  static CUL_Api* localApi();
+  /// `api`, or localApi() for null.
+  static CUL_Api* defaultApi(CUL_Api* api);
+
+  CUL_Api();
+  /// Of `flag`, the lowest bit is kept.
+  CUL_Api(ApiType type, int flag);
+  CUL_Api(CUL_Api const&) = delete;
+  CUL_Api& operator=(CUL_Api const&) = delete;
+  virtual ~CUL_Api();
+
+  /// The translation table of an EBCDIC code page, or the store's default when it has none of that
+  /// name; see EBCDICtableStore. The table is the store's.
+  virtual EBCDICtable const* getEBCDICtable(char const* name) const;
+
+ protected:
+  ApiType apiType;
+  unsigned char flag : 1;
+  EncodedString versionText;  ///< what the operating system says of itself; empty when unknown
 };

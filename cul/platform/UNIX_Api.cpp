@@ -12,6 +12,8 @@ constexpr unsigned int kPathBytes = 4096;
 
 }  // namespace
 
+UNIX_Api::~UNIX_Api() = default;
+
 EncodedString UNIX_Api::getcwd() {
   char path[kPathBytes];
   if (::getcwd(path, sizeof path) == nullptr) {

@@ -7,6 +7,9 @@
 /// The calls that only a Unix system has. What is said of CUL_Api holds here too.
 class CUL_EXPORT UNIX_Api : public CUL_Api {
  public:
+  using CUL_Api::CUL_Api;
+  ~UNIX_Api() override;
+
   /// The working directory. Throws UNIX_ApiFailure (kErrno) on failure, also when the path does
   /// not fit into 4096 bytes with its terminating zero.
   static EncodedString getcwd();
