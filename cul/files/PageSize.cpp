@@ -1,0 +1,8 @@
+#include "cul/files/PageSize.h"
+
+#include <unistd.h>
+
+int pageSize() {
+  static int const size = ::getpagesize();
+  return size;
+}

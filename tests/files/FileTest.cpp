@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "tests/files/TestFile.h"
+#include "tests/support/FaultPlan.h"
+
+namespace {
+
+class File : public testing::Test {
+ protected:
+  Scratch scratch;
+  TestFile file{scratch.write("four", "data")};
+  char bytes[16] = {};
+};
+
+TEST_F(File, OpensClosesAndIsMeasuredEitherWay) {
+  unsigned int const before = openDescriptors();
+  timespec const times[] = {{1, 0}, {1234567, 0}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, file.data(), times, 0), 0);
+  for (bool open : {false, true}) {
+    EXPECT_EQ(file.filesize(), 4);
+    EXPECT_EQ(file.timeDateStamp().seconds(), 1234567);
+    EXPECT_EQ(file.fd == -1, !open);
+    EXPECT_EQ(openDescriptors(), before + open);
+    EXPECT_TRUE(file.open());
+  }
+  EXPECT_EQ(file.lseek(2, CUL_Api::kFromStart), 2);
+  EXPECT_TRUE(file.open());
+  EXPECT_EQ(file.filesize(), 4);
+  EXPECT_EQ(file.position, 2);
+  {
+    FaultPlan const plan({"fstat"}, 1, EIO);
+    EXPECT_EQ(file.filesize(), -1);
+  }
+  file.close();
+  file.close();
+  EXPECT_EQ(file.position, -1);
+  {
+    FaultPlan const plan({"fstat"}, 1, EIO);
+    EXPECT_FALSE(file.timeDateStamp().isKnown());
+    EXPECT_EQ(errno, EIO);
+  }
+  TestFile missing(scratch.path("missing"));
+  struct stat state;
+  EXPECT_FALSE(missing.open() || missing.timeDateStamp().isKnown());
+  EXPECT_EQ(missing.filesize() + missing.fstat(state) + missing.position + missing.fd, -4);
+  EXPECT_EQ(errno, ENOENT);
+  {
+    TestFile const handedOver("any", ::open(file.data(), O_RDONLY));
+    EXPECT_EQ(handedOver.position, -1);
+    EXPECT_EQ(handedOver.fstat(state), 0);
+  }
+  EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(File, KnowsItsPositionOrThatItDoesNot) {
+  ByteString out("old", 3);
+  EXPECT_EQ(file.read(bytes, 4, -1) + file.read(out, 8, -1) + file.read(bytes, 4, 0), -3);
+  EXPECT_EQ(file.lseek(0, CUL_Api::kFromStart), -1);
+  ASSERT_TRUE(file.open());
+  EXPECT_EQ(file.read(bytes, 10, 0), 4);
+  EXPECT_EQ(file.position, 4);
+  EXPECT_EQ(file.read(bytes, 10, -1), 0);
+  {
+    FaultPlan const plan({"lseek"}, 1, EIO);
+    EXPECT_EQ(file.lseek(4, CUL_Api::kFromStart), 4);  // is there already
+    EXPECT_FALSE(plan.fired());
+    EXPECT_EQ(file.read(out, 1, 0), -1);
+    EXPECT_EQ(errno, EIO);
+  }
+  EXPECT_EQ(bytesOf(out), "old");
+  EXPECT_EQ(file.position, -1);
+  EXPECT_EQ(file.read(bytes, 1, -1), 0);  // the descriptor stands at the end
+  EXPECT_EQ(file.position, -1);           // and nobody knows it
+  EXPECT_EQ(file.lseek(-1, CUL_Api::kFromEnd), 3);
+  EXPECT_EQ(file.lseek(-2, CUL_Api::kFromCurrent), 1);
+  EXPECT_EQ(file.read(out, 1000, -1), 3);
+  EXPECT_EQ(bytesOf(out), "ata");
+  EXPECT_EQ(file.read(out, 2, 1), 2);
+  EXPECT_EQ(bytesOf(out), "at");
+  EXPECT_EQ(file.read(bytes, -1, 0) + file.read(out, -5, 0), -2);
+  EXPECT_EQ(file.position, 3);
+}
+
+TEST_F(File, AFailedReadLosesThePositionUnlessFlagged) {
+  struct Row {
+    long before;
+    unsigned char flag;
+    long after;
+  };
+  constexpr Row kRows[] = {{3, 0, -1}, {3, 1, 2}, {-1, 1, -1}, {-1, 0, -1}};
+  for (auto const& row : kRows) {
+    ASSERT_TRUE(file.open());
+    file.position = row.before;
+    file.readFlag = row.flag;
+    FaultPlan const plan({"read"}, 1, EIO);
+    EXPECT_EQ(file.read(bytes, 1, -1), -1);
+    EXPECT_EQ(file.position, row.after);
+    file.close();
+    EXPECT_EQ(file.readFlag, row.flag);
+  }
+  ASSERT_TRUE(file.open());
+  EXPECT_EQ(file.readFlag, 0);
+}
+
+TEST_F(File, IsFoundAlongAPath) {
+  TestFile wanted("four");
+  EXPECT_EQ(wanted.find(text("/nowhere:/proc")), -1);
+  EXPECT_EQ(wanted.find(text("/nowhere:" + scratch.path())), 0);
+  EXPECT_EQ(bytesOf(wanted), scratch.path("four"));
+  EXPECT_EQ(bytesOf(wanted.directory()), scratch.path() + "/");
+  ASSERT_TRUE(wanted.open());
+  EXPECT_EQ(wanted.find(text(scratch.path())), -1);
+}
+
+}  // namespace
