@@ -82,16 +82,14 @@ class Round {
   void post() {
     start_.arrive_and_wait();
     for (int i = 0; i < kEach; ++i) {
-      auto const end = [this](End how) {
-        ++ended_[how];
-        ended_[how].notify_all();
-      };
-      std::unique_ptr<CUL_Event> event;
-      if (i % 4 == 0) {
-        event = std::make_unique<Timer>(nullptr, end, 0UL);
-      } else {
-        event = std::make_unique<Event>(nullptr, end);
-      }
+      auto event = std::make_unique<Timer>(
+          nullptr,
+          [this](End how) {
+            ++ended_[how];
+            ended_[how].notify_all();
+          },
+          0UL);
+      if (i % 4 != 0) event->becomePlain();
       if (dispatcher_.post(*event, static_cast<unsigned char>(i % 5))) event.release();
     }
   }
@@ -186,14 +184,12 @@ TEST(ProcessDispatcher, IsOneAndItsAlternateHasAThread) {
 }
 
 TEST(OwnDispatcher, IsDestroyedWhenItsThreadIsOver) {
-  std::atomic<int> ran = 0;
   for (int i = 0; i < 20; ++i) {
     CUL_EventDispatcher dispatcher("a name longer than fifteen", 2, 0);
     EXPECT_STREQ(look(dispatcher).name, "a name longer t");
-    dispatcher.post(*new Event([&] { dispatcher.destroy(); }, [&](End) { ++ran; }), 0);
+    dispatcher.post(*new Event([&] { dispatcher.destroy(); }, nullptr), 0);
     dispatcher.join();
   }
-  EXPECT_EQ(ran, 20);
 }
 
 }  // namespace
