@@ -20,11 +20,3 @@ UNIX_MemoryMap::UNIX_MemoryMap(int descriptor, long offset, unsigned long size)
 UNIX_MemoryMap::~UNIX_MemoryMap() {
   if (address != nullptr) ::munmap(address, length);
 }
-
-int UNIX_MemoryMap::contains(long offset, unsigned int size, int descriptor) const {
-  if (descriptor != fd) return 0;
-  long const end = offset + long{size};
-  long const ownEnd = fileOffset + long{length};
-  if (fileOffset >= end || ownEnd <= offset) return 0;
-  return fileOffset <= offset && end <= ownEnd ? 1 : 2;
-}

@@ -14,9 +14,15 @@ class CUL_EXPORT UNIX_MemoryMap {
   /// munmap(2).
   ~UNIX_MemoryMap();
 
-  /// How a range of bytes of the file behind `fd` lies to the mapping: 0 outside of it, 1 wholly in
-  /// it, 2 in it only in part.
-  int contains(long offset, unsigned int length, int fd) const;
+  /// How `size` bytes from byte `offset` of the file behind `descriptor` lie to the mapping: 0
+  /// outside of it, 1 wholly in it, 2 in it only in part.
+  int contains(long offset, unsigned int size, int descriptor) const {
+    if (descriptor != fd) return 0;
+    long const end = offset + long{size};
+    long const ownEnd = fileOffset + long{length};
+    if (fileOffset >= end || ownEnd <= offset) return 0;
+    return fileOffset <= offset && end <= ownEnd ? 1 : 2;
+  }
 
  protected:
   friend class UNIX_MemoryMapManager;
