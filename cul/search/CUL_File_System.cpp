@@ -3,9 +3,17 @@
 #include <algorithm>
 #include <cwchar>
 #include <memory>
+#include <string>
+#include <utility>
 
 #include "cul/search/UNIX_File_System.h"
 #include "quonutil/collections/AutoList.h"
+
+namespace {
+
+std::string narrow(wchar_t const* ascii) { return {ascii, ascii + std::wcslen(ascii)}; }
+
+}  // namespace
 
 CUL_File_System::CUL_File_System() : path_separators(L":") {}
 
@@ -17,18 +25,16 @@ CUL_File_System* CUL_File_System::instance() {
   return fileSystem;
 }
 
-// As CharString::firstToken takes them off one by one, without moving the rest up each time.
+// As CharString::firstToken takes them off one by one. Bytes do for separators that are ASCII, as
+// no byte of a longer character is: the names need not be decoded, nor the rest moved up each time.
 List<FileName*> CUL_File_System::parseSearchPath(EncodedString const& text) const {
-  CharString wide;
-  wide.loadFrom(text.data(), text.length(), EncodedString::kLibraryText);
-  wchar_t const* const separatorsEnd = path_separators + std::wcslen(path_separators);
-  wchar_t const* const end = wide.data() + wide.length();
   AutoList<FileName*> names;
-  for (wchar_t const* next = wide.data(); next < end;) {
-    wchar_t const* const stop = std::find_first_of(next, end, path_separators, separatorsEnd);
-    CharString token;
-    token.assign(next, static_cast<unsigned int>(stop - next));
-    auto name = std::make_unique<FileName>(token);
+  std::string const separators = narrow(path_separators);
+  char const* const end = text.data() + text.length();
+  for (char const* next = text.data(); next < end;) {
+    char const* const stop = std::find_first_of(next, end, separators.begin(), separators.end());
+    EncodedString entry(next, static_cast<unsigned int>(stop - next), EncodedString::kLibraryText);
+    auto name = std::make_unique<FileName>(std::move(entry));
     names.append(name.get());
     static_cast<void>(name.release());
     next = stop + 1;

@@ -64,5 +64,5 @@ class CUL_EXPORT CUL_File_System {
   CUL_File_System();
 
   FileName current_directory;
-  wchar_t const* path_separators;  ///< any of these characters; ends in a zero
+  wchar_t const* path_separators;  ///< any of these ASCII characters; ends in a zero
 };

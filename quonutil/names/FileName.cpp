@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -72,6 +73,10 @@ EncodedString fold(EncodedString const& path) {
 }  // namespace
 
 FileName::FileName(EncodedString const& text) : EncodedString(text) { FileName::validate(); }
+
+FileName::FileName(EncodedString&& text) noexcept : EncodedString(std::move(text)) {
+  FileName::validate();
+}
 
 FileName::FileName(CharString const& text) : EncodedString(text) { FileName::validate(); }
 

@@ -20,6 +20,7 @@ class QUONUTIL_EXPORT FileName : public EncodedString {
  public:
   FileName() noexcept = default;
   FileName(EncodedString const& text);
+  FileName(EncodedString&& text) noexcept;
   FileName(CharString const& text);
   FileName(FileName const&) = default;
   FileName(FileName&&) noexcept = default;
