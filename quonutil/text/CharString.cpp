@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <iterator>
+#include <limits>
+#include <utility>
 
 namespace {
 
@@ -104,4 +107,34 @@ CharString CharString::firstToken(wchar_t const* separators) {
   unsigned int const taken = std::min(tokenLength + 1, length());
   assign(begin + taken, length() - taken);
   return token;
+}
+
+void CharString::change(CharString const& from, CharString const& to, unsigned int start) {
+  if (from.isEmpty() || start > length()) return;
+  CharString changed;
+  wchar_t const* const end = data() + length();
+  wchar_t const* kept = data();  // what is not copied yet begins here
+  wchar_t const* next = data() + (start == 0 ? 0 : start - 1);
+  while ((next = std::search(next, end, from.data(), from.data() + from.length())) != end) {
+    changed.append(kept, static_cast<unsigned int>(next - kept));
+    changed.append(to.data(), to.length());
+    next += from.length();
+    kept = next;
+  }
+  if (kept == data()) return;
+  changed.append(kept, static_cast<unsigned int>(end - kept));
+  *this = std::move(changed);
+}
+
+CharString CharString::makeFromNumeric(unsigned int number) {
+  wchar_t digits[std::numeric_limits<unsigned int>::digits10 + 1];
+  wchar_t* const end = std::end(digits);
+  wchar_t* first = end;
+  do {
+    *--first = L'0' + static_cast<wchar_t>(number % 10);
+    number /= 10;
+  } while (number != 0);
+  CharString text;
+  text.assign(first, static_cast<unsigned int>(end - first));
+  return text;
 }

@@ -27,6 +27,14 @@ class QUONUTIL_EXPORT CharString : public StringBuffer<wchar_t> {
   /// separator with it, and returns the text without the separator. Without a separator the whole
   /// text is taken. So "a::b" gives "a", "", "b"; ":a" gives "", "a"; and "a:" gives "a".
   CharString firstToken(wchar_t const* separators);
+
+  /// Replaces each `from` that begins at or behind position `start` by `to`, from the front to the
+  /// back. What was put in is not searched again. An empty `from` changes nothing; a `start` of 0
+  /// counts as 1.
+  void change(CharString const& from, CharString const& to, unsigned int start);
+
+  /// The number in decimal digits.
+  static CharString makeFromNumeric(unsigned int number);
 };
 
 inline bool operator==(CharString const& left, CharString const& right) noexcept {
