@@ -1,0 +1,129 @@
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <random>
+
+#include "cul/messages/CUL_Message.h"
+#include "cul/messages/CUL_Product.h"
+#include "tests/messages/TestCatalog.h"
+#include "tests/support/TraceCapture.h"
+
+namespace {
+
+struct TestMessage : CUL_Message {
+  using CUL_Message::CUL_Message;
+  using CUL_Message::inserts;
+  using CUL_Message::suffix;
+};
+
+struct OneText : XPG4MsgServer {
+  explicit OneText(std::string const& text) : XPG4MsgServer("", "/no/where"), answer(text) {}
+  EncodedString message(int, int) const override { return text(answer); }
+  std::string answer;
+};
+
+struct MessageTest : testing::Test {
+  MessageTest() { ::setenv("NLSPATH", scratch.path("%L").c_str(), 1); }
+  void catalog(char const* locale, std::string const& content) {
+    compile(scratch, locale, "$set 1\n1 " + content);
+  }
+  Scratch scratch;
+  EncodedString a = text("a"), b = text("b");
+};
+
+// %1 everywhere, then %2 everywhere, and so on.
+std::string model(std::string text, std::vector<std::string> const& inserts) {
+  for (std::size_t i = 0; i < inserts.size(); ++i) {
+    std::string const placeholder = "%" + std::to_string(i + 1);
+    for (std::size_t at = 0; (at = text.find(placeholder, at)) < text.size();) {
+      text.replace(at, placeholder.size(), inserts[i]);
+      at += inserts[i].size();
+    }
+  }
+  return text;
+}
+
+TEST(Message, SubstitutesOneInsertAfterTheOther) {
+  std::mt19937 random(1);
+  auto const any = [&](std::initializer_list<char const*> parts, unsigned int most) {
+    std::string made;
+    for (auto n = random() % (most + 1); n > 0; --n) made += parts.begin()[random() % parts.size()];
+    return made;
+  };
+  for (int round = 0; round < 20000; ++round) {
+    bool const marks = round % 2 == 0;
+    OneText server(any({"%", "%1", "%2", "%10", "%%1", "0", "a", "\xC3\xA9", "\xFF"}, 9));
+    std::vector<std::string> inserts(random() % 13);
+    AutoList<EncodedString const*> list;
+    for (auto& insert : inserts) {
+      insert = any({marks ? "%" : "1", marks ? "%3" : "", "2", "0", "\xA9", "longer than 15 b"}, 2);
+      list.append(new EncodedString(text(insert)));
+    }
+    ASSERT_EQ(bytesOf(CUL_Message(MsgID{1, 1}, list).getMessage(&server)),
+              model(server.answer, inserts));
+  }
+}
+
+TEST_F(MessageTest, WhichOperationsForgetTheText) {
+  catalog("en_US", "<%1%9>");
+  TestMessage message(MsgID{1, 1});
+  message.set_inserts(&a, &a, &a, &a, &a, &a, &a, &a, &b, &b, nullptr);
+  EXPECT_EQ(message.inserts.count(), 9U);
+  message.suffix = text("!");
+  EXPECT_EQ(bytesOf(message.text()), "<ab>!");
+  message.set_inserts(&b, nullptr);
+  TestMessage const copy(message);
+  message.set_inserts(message.inserts);
+  EXPECT_EQ(bytesOf(message.text()) + bytesOf(copy.text()), "<b%9>!<ab>!");
+  message.set_text(text("%1"));
+  EXPECT_EQ(bytesOf(message.text()) + bytesOf(message.suffix), "%1");
+  message.set_inserts(copy.inserts);
+  EXPECT_TRUE(message.text().isEmpty());
+  message.set_id(MsgID{7, 8192});
+  EXPECT_EQ(bytesOf(message.text()), "dmg: no message 7 in set -8192");
+}
+
+TEST_F(MessageTest, ServersAndLocales) {
+  catalog("C", "local");
+  catalog("fr_FR", "french");
+  catalog("en_US", "1st");
+  CUL_Message const kept(MsgID{1, 1});
+  auto* const local = CUL_Message::LocalMessageServer::instance()->server;
+  std::string seen = bytesOf(kept.text());
+  std::function<void()> const steps[] = {
+      [] {},
+      [] { CUL_Message::set_fe_locale(text("en_US")); },
+      [] { CUL_Product::instance(); },
+      [] { CUL_Product::instance()->set_locale(text("en_US")); },
+      [] { CUL_Product::instance()->set_locale(text("en_US")); },
+      [] { CUL_Product::instance()->set_locale(text("fr_FR")); },
+  };
+  for (auto const& step : steps) {
+    catalog("en_US", std::to_string(&step - steps));
+    step();
+    seen += " " + bytesOf(CUL_Message(MsgID{1, 1}).text());
+  }
+  EXPECT_EQ(seen, "1st 1st 1 2 3 3 french");
+  EXPECT_EQ(bytesOf(kept.text()) + bytesOf(kept.getMessage(local)), "1stlocal");
+}
+
+TEST_F(MessageTest, Printing) {
+  catalog("C", "local %1");
+  TraceCapture capture({TraceFlag::error});
+  for (int flags = 0; flags < 16; ++flags) {
+    std::string const before(flags & 2 ? "\n" : ""), after(flags & 4 ? "\n" : "");
+    std::string const all =
+        before + "%1\n" + after + before + "\n" + after + before + "local a\n" + after;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    CUL_Message(text("%1")).printLocal(flags);
+    CUL_Message::printLocal(MsgID{0, 1}, flags, nullptr);
+    CUL_Message::printLocal(MsgID{1, 1}, flags, &a, nullptr);
+    CUL_Message(text("%1")).messagePopup();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), flags & 1 ? "" : all);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), (flags & 1 ? all : "") + "\n\n%1\n\n");
+    EXPECT_THAT(capture.lines(), testing::ElementsAre("messagePopup ERROR %1"));
+  }
+}
+
+}  // namespace
