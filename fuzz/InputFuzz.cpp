@@ -1,12 +1,15 @@
-// Texts of any bytes, as wide characters, as file names and as cache parameters: nothing is lost,
-// the parts of a name make up the name, a folded path folds no further, and what the cache writes
-// back of a parameter reads back as the same cache.
+// Texts of any bytes, as wide characters, as file names, as hexadecimal digits and as cache
+// parameters: nothing is lost, the parts of a name make up the name, a folded path folds no
+// further, a pattern reads what it writes, and what the cache writes back of a parameter reads back
+// as the same cache.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <initializer_list>
 
 #include "cul/dbgcache/DbgCacheUnix.h"
+#include "cul/values/Bit_Pattern.h"
 #include "quonutil/settings/DebuggerParameters.h"
 #include "quonutil/settings/DebuggerSettings.h"
 
@@ -44,6 +47,16 @@ void checkName(EncodedString const& text) {
   require(name == folded && (text.isEmpty() || folded.data()[0] == '/'));
 }
 
+void checkDigits(EncodedString const& text) {
+  for (unsigned int bits : {5U, 131U}) {
+    Bit_Pattern const pattern(bits, text.data());
+    EncodedString digits, again;
+    pattern.format(digits);
+    require(Bit_Pattern(bits, digits.data()).format(again).length() == (bits + 7) / 8 * 2);
+    require(pattern.bits() == 0 ? pattern.is_zero() : digits == again);
+  }
+}
+
 // A cache may remove what lies in the directory that it is given. Below one that does not exist
 // the system finds nothing, whatever the bytes say, ".." included.
 void checkParameter(EncodedString const& end) {
@@ -69,6 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t siz
                            EncodedString::kSystemText);
   checkSplitAndJoin(text);
   checkName(text);
+  checkDigits(text);
   checkParameter(text);
   return 0;
 }

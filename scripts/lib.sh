@@ -4,7 +4,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
 # What the release build and its tests need.
 # shellcheck disable=SC2034  # used by the scripts that source this one
-build_packages=(g++ cmake ninja-build libgtest-dev libgmock-dev python3)
+build_packages=(g++ cmake ninja-build libgtest-dev libgmock-dev libgmp-dev python3)
 
 say() { printf '\n== %s\n' "$*"; }
 

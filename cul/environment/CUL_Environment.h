@@ -1,0 +1,69 @@
+#pragma once
+
+#include "cul/base/Export.h"
+#include "cul/environment/CUL_EnvironmentVariable.h"
+#include "quonutil/collections/List.h"
+#include "quonutil/text/EncodedString.h"
+
+/// An editable, ordered set of environment variables, such as a program is started with.
+///
+/// Names are compared by bytes, letter case included. Several variables may have one name; the last
+/// of them is the one that counts: `set`, `remove` and `value` see no other.
+///
+/// The set owns its variables. A pointer to one, as `set` and `add` give it, is good until that
+/// variable is removed or the set is cleared, assigned to, loaded or destroyed.
+///
+/// Throws std::bad_alloc. A set is then as it was, except that one that was being loaded or
+/// assigned to holds what it had got so far. One thread at a time.
+class CUL_EXPORT CUL_Environment {
+ public:
+  /// A new, empty set of the platform's kind; the caller's to delete.
+  static CUL_Environment* newEnvironment();
+
+  virtual ~CUL_Environment();
+
+  /// A new set of the platform's kind with the same variables; the caller's to delete.
+  virtual CUL_Environment* clone() const = 0;
+
+  /// Replaces the variables by copies of those of `other`, which is an Environment. Assigning a set
+  /// to itself changes nothing.
+  virtual CUL_Environment& operator=(CUL_Environment const& other) = 0;
+
+  /// Replaces the variables by those of the running process, in its order.
+  virtual CUL_Environment& localEnvironment() = 0;
+
+  /// Gives the variable of this name a value where it stands, or adds one when there is none.
+  virtual CUL_EnvironmentVariable* set(CUL_EnvironmentVariable const& variable) = 0;
+  virtual CUL_EnvironmentVariable* set(EncodedString const& name, EncodedString const& value) = 0;
+
+  /// Adds a variable at the end, whether or not there is one of this name.
+  virtual CUL_EnvironmentVariable* add(CUL_EnvironmentVariable const& variable) = 0;
+  virtual CUL_EnvironmentVariable* add(EncodedString const& name, EncodedString const& value) = 0;
+
+  /// Removes the variable of this name, if there is one. An earlier one of the same name is then
+  /// the one that counts.
+  virtual CUL_Environment& remove(CUL_EnvironmentVariable const& variable) = 0;
+  virtual CUL_Environment& remove(EncodedString const& name) = 0;
+
+  /// The value of the variable of this name, borrowed; an empty text when there is none, the same
+  /// object every time.
+  virtual EncodedString const& value(EncodedString const& name) const = 0;
+
+  /// How many variables there are.
+  virtual unsigned int numvars() const = 0;
+
+  /// The variables as exec(3) and posix_spawn(3) take them: "name=value", in order, then null.
+  ///
+  /// A text goes out in the system's encoding, and ends at its first zero byte. The array belongs
+  /// to the set and is not to be modified. It stays until the next change of the set, and is built
+  /// anew by the first call after that.
+  virtual char** envp() const = 0;
+
+  /// Appends a copy of each variable, in order, to `list` and returns it. The copies are the
+  /// caller's to delete, those that were made before memory ran out too.
+  virtual List<CUL_EnvironmentVariable*>& variables(List<CUL_EnvironmentVariable*>& list) const = 0;
+
+ protected:
+  CUL_Environment() noexcept = default;
+  CUL_Environment(CUL_Environment const&) noexcept = default;
+};

@@ -1,0 +1,3 @@
+#include "cul/environment/CUL_EnvironmentVariable.h"
+
+CUL_EnvironmentVariable::~CUL_EnvironmentVariable() = default;

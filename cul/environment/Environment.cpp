@@ -1,0 +1,104 @@
+#include "cul/environment/Environment.h"
+
+#include <memory>
+
+namespace {
+
+constexpr unsigned int kRoom = 100;
+constexpr unsigned int kSpareRoom = 10;  // beside the variables that are copied
+
+template <class Variable, class... Contents>
+Variable* appendNew(List<Variable*>& list, Contents const&... contents) {
+  auto made = std::make_unique<EnvironmentVariable>(contents...);
+  list.append(made.get());
+  return made.release();
+}
+
+}  // namespace
+
+Environment::Environment() : Environment(kRoom) {}
+
+// In two steps, so that the variables are deleted when memory runs out among them.
+Environment::Environment(CUL_Environment const& other) : Environment(other.numvars() + kSpareRoom) {
+  Environment::operator=(other);
+}
+
+Environment::Environment(unsigned int room) : vars(room) {}
+
+Environment::~Environment() { clear(); }
+
+CUL_Environment* Environment::clone() const {
+  std::unique_ptr<CUL_Environment> copy(newEnvironment());
+  *copy = *this;
+  return copy.release();
+}
+
+CUL_Environment& Environment::operator=(CUL_Environment const& other) {
+  if (this == &other) return *this;
+  clear();
+  auto const& source = static_cast<Environment const&>(other).vars;
+  unsigned int const count = other.numvars();
+  vars.reserve(count);
+  for (unsigned int i = 0; i < count; ++i) appendNew(vars, *source[i]);
+  return *this;
+}
+
+CUL_EnvironmentVariable* Environment::set(CUL_EnvironmentVariable const& variable) {
+  return set(variable.name(), variable.value());
+}
+
+CUL_EnvironmentVariable* Environment::set(EncodedString const& name, EncodedString const& value) {
+  unsigned int const place = find(name);
+  if (place == kNotFound) return add(name, value);
+  clear_cache();
+  return &vars[place]->changeValue(value);
+}
+
+CUL_EnvironmentVariable* Environment::add(CUL_EnvironmentVariable const& variable) {
+  clear_cache();
+  return appendNew(vars, variable);
+}
+
+CUL_EnvironmentVariable* Environment::add(EncodedString const& name, EncodedString const& value) {
+  clear_cache();
+  return appendNew(vars, name, value);
+}
+
+CUL_Environment& Environment::remove(CUL_EnvironmentVariable const& variable) {
+  return remove(variable.name());
+}
+
+CUL_Environment& Environment::remove(EncodedString const& name) {
+  clear_cache();
+  unsigned int const place = find(name);
+  if (place != kNotFound) delete vars.remove(place);  // and perhaps `name` with it
+  return *this;
+}
+
+EncodedString const& Environment::value(EncodedString const& name) const {
+  unsigned int const place = find(name);
+  if (place != kNotFound) return vars[place]->value();
+  static EncodedString const& none = *new EncodedString;
+  return none;
+}
+
+unsigned int Environment::numvars() const { return vars.count(); }
+
+List<CUL_EnvironmentVariable*>& Environment::variables(List<CUL_EnvironmentVariable*>& list) const {
+  for (unsigned int i = 0; i < vars.count(); ++i) appendNew(list, *vars[i]);
+  return list;
+}
+
+unsigned int Environment::find(EncodedString const& name) const {
+  for (unsigned int place = vars.count(); place-- > 0;) {
+    if (vars[place]->name() == name) return place;
+  }
+  return kNotFound;
+}
+
+void Environment::clear_cache() {}
+
+void Environment::clear() {
+  clear_cache();
+  vars.deleteElements();
+}

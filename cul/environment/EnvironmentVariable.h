@@ -1,0 +1,27 @@
+#pragma once
+
+#include "cul/environment/CUL_EnvironmentVariable.h"
+
+/// A variable that owns its two texts. A change that runs out of memory (std::bad_alloc) leaves it
+/// as it was. One thread at a time.
+class CUL_EXPORT EnvironmentVariable : public CUL_EnvironmentVariable {
+ public:
+  EnvironmentVariable(EncodedString const& name, EncodedString const& value);
+  explicit EnvironmentVariable(CUL_EnvironmentVariable const& other);
+  EnvironmentVariable(EnvironmentVariable const&) = default;
+  ~EnvironmentVariable() override;
+
+  EncodedString const& name() const override { return nameText; }
+  EncodedString const& value() const override { return valueText; }
+  CUL_EnvironmentVariable& changeValue(EncodedString const& value) override;
+  CUL_EnvironmentVariable& operator=(CUL_EnvironmentVariable const& other) override;
+
+  EnvironmentVariable& operator=(EnvironmentVariable const& other) {
+    operator=(static_cast<CUL_EnvironmentVariable const&>(other));
+    return *this;
+  }
+
+ protected:
+  EncodedString nameText;
+  EncodedString valueText;
+};

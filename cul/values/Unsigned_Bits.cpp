@@ -1,0 +1,83 @@
+#include "cul/values/Unsigned_Bits.h"
+
+#include <bit>
+#include <charconv>
+#include <cstdlib>
+#include <iterator>
+#include <limits>
+
+#include "cul/values/HexDigits.h"
+
+namespace {
+
+// The digits of a number, made where no allocation is needed.
+struct Digits {
+  char text[std::numeric_limits<unsigned long>::digits10 + 1];
+  char const* first;
+  unsigned int length;
+
+  EncodedString& giveTo(EncodedString& out, EncodedString::Encoding encoding) const {
+    return out = EncodedString(first, length, encoding);
+  }
+  CharString& giveTo(CharString& out) const {
+    out.loadFrom(first, length, EncodedString::kLibraryText);
+    return out;
+  }
+};
+
+struct Compact : Digits {
+  explicit Compact(unsigned long value) noexcept {
+    writeSixteenDigits(value, 'a', text);
+    auto const zeros = static_cast<unsigned int>(std::countl_zero(value | 1)) / 4;
+    first = text + zeros;
+    length = kDigitsAtOnce - zeros;
+  }
+};
+
+struct Filled : Digits {
+  Filled(unsigned long value, unsigned int width) noexcept {
+    writeSixteenDigits(value, 'A', text);
+    length = width == sizeof value ? kDigitsAtOnce : kDigitsAtOnce / 2;
+    first = text + kDigitsAtOnce - length;
+  }
+};
+
+struct Decimal : Digits {
+  explicit Decimal(unsigned long value) noexcept {
+    first = text;
+    length = static_cast<unsigned int>(std::to_chars(text, std::end(text), value).ptr - text);
+  }
+};
+
+}  // namespace
+
+EncodedString& Unsigned_Bits::format(EncodedString& out) const {
+  return Compact(value_).giveTo(out, EncodedString::kSystemText);
+}
+
+CharString& Unsigned_Bits::format(CharString& out) const { return Compact(value_).giveTo(out); }
+
+EncodedString& Unsigned_Bits::hex_format(EncodedString& out, unsigned int width) const {
+  return Filled(value_, width).giveTo(out, EncodedString::kLibraryText);
+}
+
+CharString& Unsigned_Bits::hex_format(CharString& out, unsigned int width) const {
+  return Filled(value_, width).giveTo(out);
+}
+
+EncodedString& Unsigned_Bits::dec_format(EncodedString& out) const {
+  return Decimal(value_).giveTo(out, EncodedString::kLibraryText);
+}
+
+CharString& Unsigned_Bits::dec_format(CharString& out) const { return Decimal(value_).giveTo(out); }
+
+bool Unsigned_Bits::assign(EncodedString const& text, int base) {
+  if (base != 10 && base != 16) return false;
+  char const* const number = base == 16 ? withoutPrefix(text.data()) : text.data();
+  // It accepts and stops where sscanf does, and costs a third to a sixth.
+  char* end;
+  unsigned long const value = std::strtoul(number, &end, base);
+  if (end == number) return false;
+  value_ = value;
+  return true;
+}
