@@ -18,8 +18,18 @@ class Splitter {
     return next_ != end_;
   }
 
-  // Puts the next word into `word`, which may stay empty.
-  void takeWord(EncodedString& word) {
+  // The next word, which may be empty. Most are bare: one run and nothing else.
+  std::unique_ptr<EncodedString> takeWord() {
+    char const* const begin = next_;
+    next_ = endOfRun(next_, false);
+    auto word = std::make_unique<EncodedString>(begin, static_cast<unsigned int>(next_ - begin),
+                                                EncodedString::kLibraryText);
+    takeRest(*word);
+    return word;
+  }
+
+ private:
+  void takeRest(EncodedString& word) {
     bool quoted = false;
     while (next_ != end_ && (quoted || !isSpace(*next_))) {
       if (*next_ == '"') {
@@ -29,17 +39,15 @@ class Splitter {
         ++next_;
         if (next_ != end_) take(word, next_ + 1);
       } else {
-        take(word, endOfRun(quoted));
+        take(word, endOfRun(next_ + 1, quoted));
       }
     }
   }
 
- private:
   static bool isSpace(char character) { return character == ' ' || character == '\t'; }
 
-  // The end of the characters from here on that stand for themselves.
-  char const* endOfRun(bool quoted) const {
-    char const* end = next_ + 1;
+  // The end of the characters from `end` on that stand for themselves.
+  char const* endOfRun(char const* end, bool quoted) const {
     while (end != end_ && *end != '"' && *end != '\\' && (quoted || !isSpace(*end))) ++end;
     return end;
   }
@@ -58,8 +66,7 @@ class Splitter {
 void CUL_Api::split(EncodedString const& text, List<EncodedString*>& words) {
   Splitter splitter(text);
   while (splitter.skipSpace()) {
-    auto word = std::make_unique<EncodedString>();
-    splitter.takeWord(*word);
+    auto word = splitter.takeWord();
     if (word->isEmpty()) continue;
     words.append(word.get());
     static_cast<void>(word.release());

@@ -30,7 +30,7 @@ class List {
   /// Deletes every element, from the last to the first, and keeps the storage. Each is out of the
   /// list before its destructor runs.
   void deleteElements() {
-    while (!isEmpty()) delete remove(count() - 1);
+    while (!isEmpty()) delete static_cast<T>(entries_.removeLast());
   }
 
  private:

@@ -22,11 +22,16 @@ class QUONUTIL_EXPORT ListImplementation {
   unsigned int count() const noexcept { return count_; }
   void* at(unsigned int index) const noexcept { return first_[index]; }
 
-  void append(void* entry) { insert(count_, entry); }
+  void append(void* entry) {
+    if (spareBehind() == 0) return insert(count_, entry);
+    first_[count_++] = entry;
+  }
   /// Puts `entry` in front of the one at `index`; at `count()` it becomes the last.
   void insert(unsigned int index, void* entry);
   /// Takes the entry at `index` out and returns it.
   void* remove(unsigned int index) noexcept;
+  /// Takes the last entry out and returns it.
+  void* removeLast() noexcept { return first_[--count_]; }
   /// Forgets every entry and keeps the storage.
   void clear() noexcept;
   /// Makes room for `count` entries in all.

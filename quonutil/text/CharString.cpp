@@ -88,12 +88,15 @@ void CharString::loadFrom(char const* bytes, unsigned int length,
 }
 
 EncodedString CharString::encoded() const {
+  wchar_t const* next = data();
+  wchar_t const* const end = next + length();
   EncodedString text;
-  text.reserve(length());
+  text.makeBuffer(length());  // nearly always it is as many bytes as characters
+  char* out = text.data();
+  while (next != end && *next >= 0 && *next < 0x80) *out++ = static_cast<char>(*next++);
+  text.cut(static_cast<unsigned int>(out - text.data()));
   char form[kLongestForm];
-  for (wchar_t const* next = data(); next != data() + length(); ++next) {
-    text.append(form, encodeOne(*next, form));
-  }
+  for (; next != end; ++next) text.append(form, encodeOne(*next, form));
   return text;
 }
 
