@@ -1,0 +1,53 @@
+// Taking a command line apart allocates no block for a character: a row that counts more than two
+// blocks a word fails. This row has no peer, and a program of its own: counting costs time.
+#include <benchmark/benchmark.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+#include "bench/platform/CommandLines.h"
+#include "cul/platform/CUL_Api.h"
+
+namespace {
+
+std::int64_t allocations = 0;
+
+}  // namespace
+
+// Stand in for the C++ library's, for our libraries too.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  ++allocations;
+  if (void* const block = std::malloc(size)) return block;
+  throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+
+namespace {
+
+// Two: the word's object, and for its text and for what the list grows by.
+void split(benchmark::State& state) {
+  std::int64_t blocks = 0, words = 0;
+  for (auto _ : state) {
+    blocks = words = 0;
+    for (char const* const line : kCommandLines) {
+      EncodedString const text(line, EncodedString::kLibraryText);
+      List<EncodedString*> found;
+      std::int64_t const before = allocations;
+      CUL_Api::split(text, found);
+      blocks += allocations - before;
+      words += found.count();
+      found.deleteElements();
+    }
+    if (blocks < words) state.SkipWithError("allocations are not counted");
+    if (blocks > 2 * words) state.SkipWithError("too much was allocated");
+  }
+  state.counters["blocks"] = static_cast<double>(blocks);
+  state.counters["words"] = static_cast<double>(words);
+}
+
+BENCHMARK(split)->Name("blocks.split/cul");
+
+}  // namespace
