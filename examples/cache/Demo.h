@@ -12,14 +12,11 @@
 #include "DispatchThread.h"
 #include "Display.h"
 #include "Scratch.h"
+#include "Text.h"
 #include "TraceLines.h"
 #include "quonutil/digest/MD5.h"
 #include "quonutil/names/FileName.h"
 #include "quonutil/text/ByteString.h"
-
-inline EncodedString systemText(std::string const& text) {
-  return EncodedString(text.c_str(), EncodedString::kSystemText);
-}
 
 /// The cache parameter of this run: the default directory, 24 hours, no flush.
 constexpr char const* kParameter = ":24";

@@ -66,7 +66,5 @@ void checkDigests(Demo& demo) {
         theirs == original.digestText(),
         original.label + " has MD5 " + original.digestText() + ", to md5sum '" + theirs + "'");
   }
-  demo.checks.confirm(
-      equal == demo.originals.size(),
-      std::to_string(equal) + " of " + std::to_string(demo.originals.size()) + " are equal");
+  demo.checks.confirmAll(equal, demo.originals.size(), "are equal");
 }

@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr std::size_t kMostShown = 20;
-
 void summarize(Demo& demo) {
   demo.display.heading("Summary");
   demo.display.line("%zu files, %s bytes; %s ranges compared; %u entries removed for their age;",
@@ -27,17 +25,6 @@ void summarize(Demo& demo) {
   demo.display.line("%u failures provoked; %u events made and gone; %.1f s", demo.failures,
                     Counted::gone.load(), secondsSince(demo.start));
   if (demo.checks.broken().empty()) demo.display.line("Every comparison held.");
-}
-
-// Shows what did not hold.
-int exitStatus(Demo& demo) {
-  auto const& broken = demo.checks.broken();
-  if (broken.empty()) return EXIT_SUCCESS;
-  demo.display.line("%zu did not hold:", broken.size());
-  for (std::size_t i = 0; i < broken.size() && i < kMostShown; ++i) {
-    demo.display.line("  %s", broken[i].c_str());
-  }
-  return EXIT_FAILURE;
 }
 
 // The cache lies where nobody else has one: the default directory is in the home directory.
@@ -60,13 +47,13 @@ int run(std::vector<DebugFile> const& files) {
   endDispatching(demo, dispatch, threads);
   demo.checks.confirm(scratch.remove(), "nothing is left of the home directory");
   summarize(demo);
-  return exitStatus(demo);
+  return demo.checks.exitStatus();
 }
 
 int runAsSecond(std::vector<std::string> const& words) {
   Demo demo;
   beSecondProcess(demo, words[1], {words.begin() + 2, words.end()});
-  return exitStatus(demo);
+  return demo.checks.exitStatus();
 }
 
 }  // namespace

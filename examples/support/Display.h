@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// What a person sees of the demo: headed sections of indented lines, on standard output. On a
+/// What a person sees of a host: headed sections of indented lines, on standard output. On a
 /// terminal a bar under them shows how far a long step has come. One thread at a time.
 class Display {
  public:

@@ -14,7 +14,7 @@
 namespace {
 
 // Tells the directory's path, and removes it when nobody holds the other end any longer. Before it
-// makes anything it sees to it that a signal to all of the demo's name or group does not end it.
+// makes anything it sees to it that a signal to all of the host's name or group does not end it.
 void keep(int end, std::string path) noexcept {
   for (int each : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) std::signal(each, SIG_IGN);
   ::setsid();
@@ -29,7 +29,7 @@ void keep(int end, std::string path) noexcept {
 }  // namespace
 
 Scratch::Scratch() : path_(PATH_MAX, '\0') {
-  std::string const pattern = std::filesystem::temp_directory_path() / "cul-demo.XXXXXX";
+  std::string const pattern = std::filesystem::temp_directory_path() / "cul-example.XXXXXX";
   int ends[2];
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0 ||
       (keeper_ = ::fork()) == -1) {
