@@ -6,29 +6,18 @@
 #include "cul/platform/CUL_Api.h"
 #include "cul/platform/UNIX_ApiFailure.h"
 
-namespace {
-
-bool findsShell() {
+int main() {
   FileName found;
-  EncodedString const path("/nowhere:/bin", EncodedString::kSystemText);
   FileName const shell(EncodedString("sh", EncodedString::kSystemText));
-  return CUL_Api::findFile(shell, path, found) == 0 &&
-         found == EncodedString("/bin/sh", EncodedString::kSystemText);
-}
-
-bool catchesFailure() {
+  EncodedString const path("/nowhere:/bin", EncodedString::kSystemText);
+  bool good = CUL_Api::findFile(shell, path, found) == 0 &&
+              found == EncodedString("/bin/sh", EncodedString::kSystemText);
   try {
     CUL_Api::write(-1, "", 1);
+    good = false;
   } catch (CUL_ApiFailure const& failure) {
-    return failure.rc == EBADF && !failure.reason.isEmpty();
+    good = good && failure.rc == EBADF && !failure.reason.isEmpty();
   }
-  return false;
-}
-
-}  // namespace
-
-int main() {
-  bool const good = findsShell() && catchesFailure();
   std::puts(good ? "the installed libraries serve this host" : "the installed libraries fail");
   return good ? 0 : 1;
 }

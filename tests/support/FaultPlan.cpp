@@ -8,14 +8,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <ctime>
-
-std::atomic<int> openFlags = 0;
-long frozenTime = 0;
-char const* passwordHome = nullptr;
 
 namespace {
 
@@ -26,28 +21,18 @@ Function* libraryOwn(char const* name) {
   return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-// Makes the call, or does to it what the plan says.
+// Makes the call, which leaves so many bytes out, or does to it what the plan says.
 template <class Call>
-auto guarded(char const* name, Call call) -> decltype(call()) {
-  using Result = decltype(call());
-  auto const way = FaultPlan::way(name);
-  if (way == FaultPlan::kThrough) return call();
-  if (way == FaultPlan::kFailAfter) call();
-  errno = FaultPlan::error();
-  if constexpr (std::is_pointer_v<Result>)
+auto guarded(char const* name, Call call) -> decltype(call(0)) {
+  auto const [outcome, error] = FaultPlan::strike(name);
+  if (outcome == FaultPlan::kSucceeds) return call(0);
+  if (outcome == FaultPlan::kOneShort) return call(1);
+  if (outcome == FaultPlan::kFailsAfter) call(0);
+  errno = error;
+  if constexpr (std::is_pointer_v<decltype(call(0))>)
     return nullptr;
   else
-    return static_cast<Result>(-1);
-}
-
-// The same for a transfer of `size` bytes.
-template <class Call>
-ssize_t transfer(char const* name, size_t size, Call call) {
-  auto const way = FaultPlan::way(name);
-  if (way == FaultPlan::kThrough) return call(size);
-  if (way == FaultPlan::kShort) return call(size - 1);
-  errno = FaultPlan::error();
-  return -1;
+    return -1;
 }
 
 }  // namespace
@@ -59,28 +44,20 @@ FaultPlan::FaultPlan(std::initializer_list<std::string> calls, int nth, int erro
 
 FaultPlan::~FaultPlan() { plan = nullptr; }
 
-int FaultPlan::error() { return plan->error_; }
-
-FaultPlan::Way FaultPlan::way(char const* call) {
-  if (plan == nullptr || plan->fired()) return kThrough;
-  if (std::find(plan->calls_.begin(), plan->calls_.end(), call) == plan->calls_.end()) {
-    return kThrough;
-  }
-  if (--plan->left_ != 0) return kThrough;
+std::pair<FaultPlan::Outcome, int> FaultPlan::strike(char const* call) {
+  if (plan == nullptr || plan->fired()) return {kSucceeds, 0};
+  bool const named = std::count(plan->calls_.begin(), plan->calls_.end(), call) != 0;
+  if (!named || --plan->left_ != 0) return {kSucceeds, 0};
   plan->struck_ = call;
-  return plan->outcome_ == kFails ? kFail : plan->outcome_ == kOneShort ? kShort : kFailAfter;
+  return {plan->outcome_, plan->error_};
 }
 
-// Defines one call, which goes through `guarded` to the C library's own.
-#define CUL_GUARD(Result, name, Parameters, ...)                         \
-  Result name Parameters {                                               \
-    auto* const own = libraryOwn<Result Parameters>(#name);              \
-    return guarded(#name, [&]() -> Result { return own(__VA_ARGS__); }); \
-  }
-#define CUL_GUARD_TRANSFER(name, Buffer)                                                \
-  ssize_t name(int fd, Buffer buffer, size_t size) {                                    \
-    auto* const own = libraryOwn<ssize_t(int, Buffer, size_t)>(#name);                  \
-    return transfer(#name, size, [=](size_t count) { return own(fd, buffer, count); }); \
+// Defines one call, which goes through `guarded` to the C library's own. `out` is how many bytes a
+// transfer leaves out.
+#define CUL_GUARD(Result, name, Parameters, ...)                                          \
+  Result name Parameters {                                                                \
+    auto* const own = libraryOwn<Result Parameters>(#name);                               \
+    return guarded(#name, [&]([[maybe_unused]] size_t out) { return own(__VA_ARGS__); }); \
   }
 
 extern "C" {
@@ -91,11 +68,12 @@ int open(char const* path, int flags, ...) {
   mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(values, mode_t) : 0;
   va_end(values);
   openFlags = flags;
-  return guarded("open", [=] { return libraryOwn<decltype(::open)>("open")(path, flags, mode); });
+  auto* const own = libraryOwn<decltype(::open)>("open");
+  return guarded("open", [=](size_t) { return own(path, flags, mode); });
 }
 
-CUL_GUARD_TRANSFER(read, void*)
-CUL_GUARD_TRANSFER(write, void const*)
+CUL_GUARD(ssize_t, read, (int fd, void* buffer, size_t size), fd, buffer, size - out)
+CUL_GUARD(ssize_t, write, (int fd, void const* buffer, size_t size), fd, buffer, size - out)
 CUL_GUARD(off_t, lseek, (int fd, off_t offset, int whence) noexcept, fd, offset, whence)
 CUL_GUARD(int, close, (int fd), fd)
 CUL_GUARD(int, fstat, (int fd, struct stat* state) noexcept, fd, state)

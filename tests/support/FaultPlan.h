@@ -3,6 +3,7 @@
 #include <atomic>
 #include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Stands between the libraries and the C library, for this thread and as long as it lives.
@@ -15,6 +16,7 @@ class FaultPlan {
     kFails,       ///< gives -1 (or null) and sets errno, and the call is not made
     kOneShort,    ///< a transfer moves one byte less than asked for
     kFailsAfter,  ///< the call is made, and then gives -1 and sets errno
+    kSucceeds,    ///< what becomes of every other call
   };
 
   /// Strikes at the nth (from 1) of the calls that are named.
@@ -26,10 +28,8 @@ class FaultPlan {
   bool fired() const { return !struck_.empty(); }
   std::string const& call() const { return struck_; }
 
-  /// Which way the call goes now. For the calls' definitions only.
-  enum Way { kThrough, kFail, kShort, kFailAfter };
-  static Way way(char const* call);
-  static int error();
+  /// What becomes of a call, and the errno that a failure sets. For the calls' definitions only.
+  static std::pair<Outcome, int> strike(char const* call);
 
  private:
   std::vector<std::string> calls_;
@@ -40,10 +40,10 @@ class FaultPlan {
 };
 
 /// What the last `open` was asked for.
-extern std::atomic<int> openFlags;
+inline std::atomic<int> openFlags = 0;
 
 /// What `time` answers while it is not 0.
-extern long frozenTime;
+inline long frozenTime = 0;
 
 /// What the password database answers while it is not null: the home directory of every user.
-extern char const* passwordHome;
+inline char const* passwordHome = nullptr;

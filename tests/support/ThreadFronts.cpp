@@ -9,15 +9,6 @@
 #include "quonutil/threads/UNIX_Critical_Section.h"
 #include "quonutil/threads/UNIX_Event_Semaphore.h"
 
-std::atomic<unsigned long> ThreadFronts::clock = 0;
-std::function<void(unsigned long)> ThreadFronts::onWait;
-bool ThreadFronts::waitsForever = false;
-std::function<void(char const*)> ThreadFronts::onRequest, ThreadFronts::afterRelease;
-std::function<void()> ThreadFronts::onYield;
-std::atomic<unsigned int> ThreadFronts::posts = 0;
-thread_local int ThreadFronts::held = 0;
-thread_local unsigned int ThreadFronts::mismatches = 0;
-
 namespace {
 
 thread_local char const* labels[8];  // of the locks that this thread holds

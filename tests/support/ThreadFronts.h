@@ -8,21 +8,21 @@
 /// difference. Functions are set before the threads start that call them.
 struct ThreadFronts {
   /// What the clock reads, in microseconds, while it is not 0.
-  static std::atomic<unsigned long> clock;
+  static inline std::atomic<unsigned long> clock = 0;
 
   /// Called with the milliseconds of a wait, which then counts as over.
-  static std::function<void(unsigned long milliseconds)> onWait;
+  static inline std::function<void(unsigned long milliseconds)> onWait;
   /// No wait times out: a wake-up that is lost hangs the test.
-  static bool waitsForever;
+  static inline bool waitsForever = false;
   /// Called before a lock is requested, and when it has been released, with the label.
-  static std::function<void(char const*label)> onRequest, afterRelease;
+  static inline std::function<void(char const*label)> onRequest, afterRelease;
   /// Called instead of a yield.
-  static std::function<void()> onYield;
+  static inline std::function<void()> onYield;
 
   /// Sets nothing any more.
   static void clear();
 
-  static std::atomic<unsigned int> posts;       ///< of semaphores, so far
-  static thread_local int held;                 ///< locks that this thread holds
-  static thread_local unsigned int mismatches;  ///< locks released under another label or line 0
+  static inline std::atomic<unsigned int> posts = 0;       ///< of semaphores, so far
+  static inline thread_local int held = 0;                 ///< locks that this thread holds
+  static inline thread_local unsigned int mismatches = 0;  ///< released under another label, line 0
 };

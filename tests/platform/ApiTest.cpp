@@ -1,0 +1,227 @@
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <climits>
+#include <tuple>
+
+#include "cul/platform/LINUX_Api.h"
+#include "cul/platform/UNIX_ApiFailure.h"
+#include "quonutil/collections/AutoList.h"
+#include "quonutil/text/EBCDICtableStore.h"
+#include "tests/support/FaultPlan.h"
+#include "tests/support/Scratch.h"
+#include "tests/support/TraceCapture.h"
+
+namespace {
+
+struct Kernel : LINUX_Api {
+  explicit Kernel(int flags = 0) : LINUX_Api(kDefaultApi, flags) {}
+  std::string numbers(char const* version) {
+    int parsed[] = {-1, -1, -1};
+    versionText = text(version);
+    osVersion(&parsed[0], &parsed[1], &parsed[2]);
+    return testing::PrintToString(parsed);
+  }
+  using LINUX_Api::flag;
+  using LINUX_Api::versionText;
+};
+
+TEST(ApiObject, ParsesTheKernelsVersionAsItStands) {
+  EXPECT_EQ(Kernel().numbers("Linux version 5.14.21-default (x)"), "{ 5, 14, 21 }");
+  EXPECT_EQ(Kernel().numbers("Linux version 6.1"), "{ 6, 1, 0 }");
+  EXPECT_EQ(Kernel().numbers("a\n b\t -7. 8.+9"), "{ -7, 8, 9 }");
+  EXPECT_EQ(Kernel().numbers("Linux version 6.x.3"), "{ 6, 0, 0 }");
+  EXPECT_EQ(Kernel().numbers(""), "{ 0, 0, 0 }");
+  Kernel again;
+  EXPECT_EQ(again.numbers("Linux version 0.0.0"), "{ 0, 0, 0 }");
+  EXPECT_EQ(again.numbers("Linux version 4.5.6"), "{ 4, 5, 6 }");  // the unknown is parsed again
+  EXPECT_EQ(again.numbers("Linux version 7.8.9"), "{ 4, 5, 6 }");  // the known is not
+  again.osVersion(nullptr, nullptr, nullptr);
+}
+
+TEST(ApiObject, ComparesVersionsNumberByNumber) {
+  Kernel kernel;
+  kernel.versionText = text("Linux version 5.14.21");
+  constexpr int kRows[][4] = {{5, 14, 21, 1}, {5, 14, 22, 0}, {5, 14, 20, 2}, {5, 15, 0, 0},
+                              {5, 13, 99, 2}, {6, 0, 0, 0},   {4, 99, 99, 2}, {INT_MIN, 0, 0, 2}};
+  for (auto const& [major, minor, patch, result] : kRows) {
+    EXPECT_EQ(kernel.osVersionCheck(major, minor, patch), result) << minor << '.' << patch;
+  }
+}
+
+TEST(ApiObject, TheLocalOneKnowsThisKernelAndTheCodePages) {
+  CUL_Api* const local = CUL_Api::localApi();
+  EXPECT_EQ(CUL_Api::defaultApi(nullptr), local);
+  Kernel other(3);
+  EXPECT_EQ(CUL_Api::defaultApi(&other), &other);
+  EXPECT_EQ(other.flag - Kernel(2).flag, 1);
+  std::ifstream file("/proc/version");
+  std::string const version{std::istreambuf_iterator<char>(file), {}};
+  EXPECT_EQ(bytesOf(other.versionText), version.substr(0, 255));
+
+  EBCDICtable const* const table = local->getEBCDICtable("1047");
+  EBCDICtable const* const standard = local->getEBCDICtable(nullptr);
+  ASSERT_TRUE(table != nullptr && standard != nullptr);
+  EXPECT_EQ(local->getEBCDICtable("no such page"), standard);
+  // Where the two differ: a bracket.
+  EXPECT_EQ(table->toLatin1[0xAD] + standard->toLatin1[0xBA], 2 * '[');
+  EXPECT_EQ(table->fromLatin1[table->toLatin1[0xAD]], 0xAD);
+}
+
+std::string words(std::string const& line) {
+  AutoList<EncodedString*> list;
+  CUL_Api::split(text(line), list);
+  std::string joined;
+  for (unsigned int i = 0; i < list.count(); ++i) joined += bytesOf(*list[i]) + "|";
+  return joined;
+}
+
+TEST(Split, QuotesAndBackslashes) {
+  EXPECT_EQ(words("\t a  \"b c\"d\te\\ f\n \v"), "a|b cd|e f\n|\v|");
+  EXPECT_EQ(words(" \"\" \\"), "");
+  EXPECT_EQ(words("x\"abc d\\"), "xabc d|");
+  EXPECT_EQ(words(R"("a\"b\\" \"c d\e)"), "a\"b\\|\"c|de|");
+  EXPECT_EQ(words("\xC3\xA9\" \"\xFF \xE2\x82"), "\xC3\xA9 \xFF|\xE2\x82|");
+  EXPECT_EQ(words(std::string("a\0b c", 5)), std::string("a\0b|c|", 6));
+}
+
+// The line that a failure traces, and then its reason's encoding and words.
+std::string outcome(int type, unsigned int rc, char const* given) {
+  TraceCapture capture({TraceFlag::warning});
+  UNIX_ApiFailure const failure(static_cast<CUL_ApiFailure::FailType>(type), rc, given);
+  UNIX_ApiFailure copy(failure);  // which is not a second failure
+  copy.addReason(nullptr);
+  copy.addReason("+");
+  EXPECT_EQ(copy.reason, failure.reason + text("+"));
+  EXPECT_EQ(copy.reason.encoding(), failure.reason.encoding());
+  std::string all;
+  for (std::string const& line : capture.lines()) all += line + " ";
+  return all + std::to_string(failure.reason.encoding()) + bytesOf(failure.reason);
+}
+
+TEST(Failure, TracesWhatTheCallerGaveAndThenFindsTheWords) {
+  std::string const line = "CUL_ApiFailure WARNING failtype=";
+  EXPECT_EQ(outcome(2, ENOENT, nullptr),
+            line + "2 (`kErrno') rc=2 reason=`' 0" + UNIX_ApiFailure::failureText(ENOENT));
+  EXPECT_EQ(outcome(2, ENOENT, ""), line + "2 (`kErrno') rc=2 reason=`' 2");
+  EXPECT_EQ(outcome(1, 4294967295, nullptr), line + "1 (`kApiRc') rc=-1 reason=`' 2");
+  EXPECT_EQ(outcome(3, 0, "why"), line + "3 (`kCommunications') rc=0 reason=`why' 2why");
+  EXPECT_EQ(outcome(0, 0, "x"), line + "0 (`kUndefined') rc=0 reason=`x' 2x");
+  EXPECT_EQ(outcome(-1, 0, "x"), line +
+                                     "-1 (`other failure (update CUL_Api_Failure::"
+                                     "type_to_name?)') rc=0 reason=`x' 2x");
+}
+
+TEST(Wrapper, StatusesAndWhatTheySetOnFailure) {
+  Scratch const scratch;
+  int fd = 7, count = 0;
+  EXPECT_EQ(CUL_Api::open(text(scratch.path("missing")), fd), 1);
+  EXPECT_EQ(fd, -1);
+  EXPECT_EQ(errno, ENOENT);
+  ASSERT_EQ(CUL_Api::open(text(scratch.write("four", "data")), fd), 0);
+  EXPECT_EQ(::fcntl(fd, F_GETFD), 0);  // children inherit it
+  long offset = 99, size = 0;
+  EXPECT_EQ(CUL_Api::lseek(fd, offset, 1, CUL_Api::kFromStart) + offset, 1);
+  EXPECT_EQ(CUL_Api::lseek(fd, offset, 2, CUL_Api::kFromCurrent) + offset, 3);
+  EXPECT_EQ(CUL_Api::lseek(fd, offset, 0, static_cast<CUL_Api::Whence>(7)) + offset, 0);
+  EXPECT_EQ(CUL_Api::lseek(fd, offset, -2, CUL_Api::kFromEnd) + offset, 2);
+  EXPECT_EQ(CUL_Api::lseek(fd, offset, -1, CUL_Api::kFromStart), 1);
+  EXPECT_EQ(offset, -1);
+  char bytes[8] = {};
+  struct stat state;
+  EXPECT_EQ(UNIX_Api::setFilePosition(fd, 2) + CUL_Api::read(fd, bytes, 8, count), 0);
+  EXPECT_EQ(bytes + std::to_string(count), "ta2");
+  EXPECT_EQ(CUL_Api::read(fd, bytes, 8, count) + count, 0);  // the end is no failure
+  EXPECT_EQ(CUL_Api::filesize(fd, size) + CUL_Api::close(fd), 0);
+  EXPECT_EQ(CUL_Api::close(fd) + CUL_Api::fstat(fd, &state) + CUL_Api::filesize(fd, size) +
+                CUL_Api::read(fd, bytes, 1, count) + UNIX_Api::setFilePosition(fd, 2),
+            5);
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(count, -1);
+  EXPECT_EQ(size, 4);
+}
+
+TEST(Wrapper, WriteGivesTheCountAndThrowsTheErrorUntraced) {
+  TraceCapture capture({TraceFlag::error, TraceFlag::detail});
+  int ends[2];
+  ASSERT_EQ(::pipe2(ends, O_NONBLOCK), 0);
+  EXPECT_EQ(CUL_Api::write(ends[1], "", 0), 0);
+  std::string const much(1 << 20, 'x');
+  int const count = CUL_Api::write(ends[1], much.data(), 1 << 20);  // a pipe takes less
+  EXPECT_TRUE(count > 0 && count < 1 << 20);
+  try {
+    CUL_Api::write(ends[0], "x", 1);
+    FAIL();
+  } catch (UNIX_ApiFailure const& failure) {
+    EXPECT_EQ(failure.failType, CUL_ApiFailure::kErrno);
+    EXPECT_EQ(failure.rc, static_cast<unsigned int>(EBADF));
+    EXPECT_EQ(bytesOf(failure.reason), UNIX_ApiFailure::failureText(EBADF));
+  }
+  EXPECT_TRUE(capture.lines().empty());
+}
+
+TEST(Wrapper, ReadsAWholeFileOrFillsItWithBlanks) {
+  Scratch const scratch;
+  timespec const times[] = {{1, 0}, {1234567, 999999999}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, scratch.write("file", "data").c_str(), times, 0), 0);
+  ASSERT_EQ(::truncate(scratch.write("huge", "").c_str(), 1L << 32), 0);
+  unsigned int const descriptors = openDescriptors();
+  auto const outcome = [&](char const* name, char const* call, FaultPlan::Outcome way) {
+    ByteString content("old", 3);
+    TimeDateStamp stamp(5);
+    FaultPlan const plan({call}, 1, EIO, way);
+    errno = 0;
+    int const status = CUL_Api::read(fileName(scratch.path(name)), content, stamp, nullptr);
+    int const error = errno;
+    EXPECT_EQ(openDescriptors(), descriptors);
+    return std::tuple(status, error, stamp.seconds(), bytesOf(content));
+  };
+  EXPECT_EQ(outcome("file", "", FaultPlan::kFails), std::tuple(0, 0, 1234567, "data"));
+  EXPECT_EQ(outcome("missing", "", FaultPlan::kFails), std::tuple(1, ENOENT, 5, "old"));
+  EXPECT_EQ(outcome("huge", "close", FaultPlan::kFailsAfter), std::tuple(1, 0, 5, "old"));
+  EXPECT_EQ(outcome("file", "fstat", FaultPlan::kFails), std::tuple(1, EIO, 5, "old"));
+  EXPECT_EQ(outcome("file", "read", FaultPlan::kFails), std::tuple(1, EIO, 5, "    "));
+  EXPECT_EQ(outcome("file", "read", FaultPlan::kOneShort), std::tuple(1, 0, 5, "dat "));
+}
+
+TEST(Wrapper, EnvironmentAndLookup) {
+  EncodedString value = text("before");
+  ::unsetenv("CUL_TEST");
+  EXPECT_EQ(CUL_Api::getenv(text("CUL_TEST"), value), 1);
+  EXPECT_EQ(bytesOf(value), "before");
+  ::setenv("CUL_TEST", "", 1);
+  EXPECT_EQ(CUL_Api::getenv(text("CUL_TEST"), value), 0);
+  EXPECT_EQ(bytesOf(value) + std::to_string(value.encoding()), "0");
+  FileName found = fileName("before");
+  EXPECT_EQ(CUL_Api::findFile(fileName("passwd"), text("/nowhere"), found), 1);
+  EXPECT_TRUE(found.isEmpty());
+  EXPECT_EQ(CUL_Api::findFile(fileName("passwd"), text("/etc"), found), 0);
+}
+
+// What rationalize makes of "./../a.c" in the directory there, and what getcwd throws.
+std::string workingDirectory() {
+  FileName name = fileName("./../a.c");
+  UNIX_Api::rationalize(name);
+  try {
+    return bytesOf(name) + " " + std::to_string(UNIX_Api::getcwd().encoding());
+  } catch (UNIX_ApiFailure const& caught) {
+    return bytesOf(name) + " " + std::to_string(caught.rc);
+  }
+}
+
+TEST(Wrapper, AWorkingDirectoryThatIsThereTooLongOrGone) {
+  Scratch const scratch;
+  std::filesystem::current_path(scratch.path());
+  EXPECT_EQ(workingDirectory(), (std::filesystem::temp_directory_path() / "a.c").string() + " 0");
+  std::string const part(200, 'd');
+  for (int depth = 0; depth < 21; ++depth) {
+    ASSERT_EQ(::mkdir(part.c_str(), 0700) + ::chdir(part.c_str()), 0);
+  }
+  EXPECT_EQ(workingDirectory(), "./../a.c " + std::to_string(ERANGE));
+  std::filesystem::create_directory(scratch.path("gone"));
+  std::filesystem::current_path(scratch.path("gone"));
+  std::filesystem::remove(scratch.path("gone"));
+  EXPECT_EQ(workingDirectory(), "./../a.c " + std::to_string(ENOENT));
+}
+
+}  // namespace
