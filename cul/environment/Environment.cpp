@@ -91,7 +91,8 @@ List<CUL_EnvironmentVariable*>& Environment::variables(List<CUL_EnvironmentVaria
 
 unsigned int Environment::find(EncodedString const& name) const {
   for (unsigned int place = vars.count(); place-- > 0;) {
-    if (vars[place]->name() == name) return place;
+    // The set makes each of them itself: there is no other name() than this one.
+    if (vars[place]->EnvironmentVariable::name() == name) return place;
   }
   return kNotFound;
 }
