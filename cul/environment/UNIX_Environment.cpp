@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <string>
 
 namespace {
 
@@ -12,40 +11,51 @@ void assign(EncodedString& text, char const* begin, char const* end) {
   text.assign(begin, static_cast<unsigned int>(end - begin));
 }
 
-// Up to the first zero byte, which is where a program would see it end.
-void appendSystemText(std::string& strings, EncodedString const& text) {
-  strings += text.convert(EncodedString::kSystemText, nullptr).text();
+// Shows the bytes of a text in the system's encoding to `see`. Those of a text that has it already
+// need not be made first.
+template <class See>
+void withSystemBytes(EncodedString const& text, See see) {
+  if (text.encoding() == EncodedString::kSystemText) {
+    see(text.data(), text.length());
+  } else {
+    ByteString const bytes = text.convert(EncodedString::kSystemText, nullptr);
+    see(bytes.text(), bytes.length());
+  }
 }
 
-// "name=value", each with a zero byte behind it.
-std::string stringsOf(List<EnvironmentVariable*> const& variables) {
-  std::size_t length = 0;
+// No fewer bytes than the strings of the variables take, each with its "=" and its zero byte.
+std::size_t roomFor(List<EnvironmentVariable*> const& variables) {
+  std::size_t room = 0;
+  auto const add = [&room](char const*, unsigned int length) { room += std::size_t{length} + 1; };
   for (unsigned int i = 0; i < variables.count(); ++i) {
-    length += std::size_t{variables[i]->name().length()} + variables[i]->value().length() + 2;
+    withSystemBytes(variables[i]->name(), add);
+    withSystemBytes(variables[i]->value(), add);
   }
-  std::string strings;
-  strings.reserve(length);
-  for (unsigned int i = 0; i < variables.count(); ++i) {
-    appendSystemText(strings, variables[i]->name());
-    strings += '=';
-    appendSystemText(strings, variables[i]->value());
-    strings += '\0';
-  }
-  return strings;
+  return room;
 }
 
-// One block: a pointer to each of the `count` strings, a null, and the strings themselves.
-std::unique_ptr<char* []> arrayOf(std::string const& strings, unsigned int count) {
-  std::size_t const pointers = std::size_t{count} + 1;
-  std::size_t const roomForStrings = (strings.size() + sizeof(char*) - 1) / sizeof(char*);
+// Writes a text up to its first zero byte, which is where a program would see it end, and then
+// `end`. Returns where the next one goes.
+char* write(EncodedString const& text, char end, char* to) {
+  withSystemBytes(text, [&to](char const* bytes, unsigned int length) {
+    to = static_cast<char*>(::mempcpy(to, bytes, ::strnlen(bytes, length)));
+  });
+  *to = end;
+  return to + 1;
+}
+
+// One block: a pointer to each "name=value", a null, and the strings themselves.
+std::unique_ptr<char* []> arrayOf(List<EnvironmentVariable*> const& variables) {
+  std::size_t const pointers = std::size_t{variables.count()} + 1;
+  std::size_t const roomForStrings = (roomFor(variables) + sizeof(char*) - 1) / sizeof(char*);
   std::unique_ptr<char*[]> block(new char*[pointers + roomForStrings]);
   char* next = reinterpret_cast<char*>(&block[pointers]);
-  std::memcpy(next, strings.data(), strings.size());
-  for (unsigned int i = 0; i < count; ++i) {
+  for (unsigned int i = 0; i < variables.count(); ++i) {
     block[i] = next;
-    next += std::strlen(next) + 1;
+    next = write(variables[i]->name(), '=', next);
+    next = write(variables[i]->value(), '\0', next);
   }
-  block[count] = nullptr;
+  block[variables.count()] = nullptr;
   return block;
 }
 
@@ -80,7 +90,7 @@ CUL_Environment& UNIX_Environment::localEnvironment() {
 }
 
 char** UNIX_Environment::envp() const {
-  if (envpCache == nullptr) envpCache = arrayOf(stringsOf(vars), vars.count());
+  if (envpCache == nullptr) envpCache = arrayOf(vars);
   return envpCache.get();
 }
 
