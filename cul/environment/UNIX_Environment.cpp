@@ -37,9 +37,7 @@ std::size_t roomFor(List<EnvironmentVariable*> const& variables) {
 // Writes a text up to its first zero byte, which is where a program would see it end, and then
 // `end`. Returns where the next one goes.
 char* write(EncodedString const& text, char end, char* to) {
-  withSystemBytes(text, [&to](char const* bytes, unsigned int length) {
-    to = static_cast<char*>(::mempcpy(to, bytes, ::strnlen(bytes, length)));
-  });
+  withSystemBytes(text, [&to](char const* bytes, unsigned int) { to = ::stpcpy(to, bytes); });
   *to = end;
   return to + 1;
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "cul/values/HexDigits.h"
@@ -107,7 +108,7 @@ bool Bit_Pattern::read(char const* text) {
   text = withoutPrefix(text);
   std::size_t count = std::strlen(text);
   std::string packed;
-  if (std::memchr(text, ' ', count) != nullptr) {
+  if (std::string_view(text, count).find(' ') != std::string_view::npos) {
     packed.assign(text, count);
     std::erase(packed, ' ');
     text = packed.data();

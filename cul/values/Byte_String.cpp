@@ -50,6 +50,7 @@ Byte_String::~Byte_String() {
 }
 
 Byte_String& Byte_String::operator=(Byte_String const& other) {
+  if (this == &other) return *this;
   if (other.length != 0) return assign(other.data, other.length);
   length = 0;
   return *this;

@@ -17,7 +17,9 @@ struct Digits {
   unsigned int length;
 
   EncodedString& giveTo(EncodedString& out, EncodedString::Encoding encoding) const {
-    return out = EncodedString(first, length, encoding);
+    if (out.encoding() != encoding) return out = EncodedString(first, length, encoding);
+    out.assign(first, length);
+    return out;
   }
   CharString& giveTo(CharString& out) const {
     out.loadFrom(first, length, EncodedString::kLibraryText);

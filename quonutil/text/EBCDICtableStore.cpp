@@ -3,6 +3,7 @@
 #include <iconv.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 
@@ -11,7 +12,7 @@ namespace {
 // A table with the 256 bytes converted, or null when the system cannot.
 EBCDICtable const* make(char const* codePage) {
   iconv_t const conversion = ::iconv_open("ISO-8859-1", codePage);
-  if (conversion == reinterpret_cast<iconv_t>(-1)) return nullptr;
+  if (reinterpret_cast<std::intptr_t>(conversion) == -1) return nullptr;
   unsigned char all[256];
   for (unsigned int byte = 0; byte < sizeof all; ++byte)
     all[byte] = static_cast<unsigned char>(byte);

@@ -53,7 +53,7 @@ class StringBuffer {
   ~StringBuffer() { release(); }
 
   StringBuffer& operator=(StringBuffer const& other) {
-    assign(other.elements_, other.length_);
+    if (this != &other) assign(other.elements_, other.length_);
     return *this;
   }
   StringBuffer& operator=(StringBuffer&& other) noexcept {

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
+#include <new>
 #include <system_error>
 
 namespace {
@@ -106,7 +107,9 @@ void StdThread::join() {
 
 StdThread* StdThread::currentThread() noexcept {
   if (current != nullptr) return current;
-  static StdThread* const foreign = new ForeignThread;
+  // Never destroyed: a thread that outlives main may still yield.
+  alignas(ForeignThread) static unsigned char place[sizeof(ForeignThread)];
+  static StdThread* const foreign = new (place) ForeignThread;
   return foreign;
 }
 
