@@ -125,13 +125,15 @@ class Futex {
   std::atomic<std::uint32_t> word_{0};
 };
 
+// With kYields each gives up the processor once it is awake, as a dispatcher does with each event.
+template <bool kYields>
 class FutexMatch {
  public:
   explicit FutexMatch(Processors processors) {
     std::jthread const answering([&] {
       stayOn(processors.second);
       for (int i = 0; i <= kTrips; ++i) {
-        second_.wait();
+        wait(second_);
         first_.wake();
       }
     });
@@ -149,8 +151,13 @@ class FutexMatch {
   void trips(int count) {
     for (int i = 0; i < count; ++i) {
       second_.wake();
-      first_.wait();
+      wait(first_);
     }
+  }
+
+  static void wait(Futex& side) {
+    side.wait();
+    if (kYields) ::sched_yield();
   }
 
   Watch watch_;
@@ -180,11 +187,12 @@ void trips(benchmark::internal::Benchmark* row) {
 
 // What it takes to get an answer from a thread that sleeps on another processor.
 BENCHMARK(roundTrip<CulMatch, 2, true>)->Name("trip.two/cul")->Apply(trips);
-BENCHMARK(roundTrip<FutexMatch, 2, true>)->Name("trip.two/futex")->Apply(trips);
+BENCHMARK(roundTrip<FutexMatch<false>, 2, true>)->Name("trip.two/futex")->Apply(trips);
+BENCHMARK(roundTrip<FutexMatch<true>, 2, true>)->Name("trip.two/futex-yield")->Apply(trips);
 
 // The same on one processor, where nothing hides the work. Without the yield: it would hand over
 // the processor before there is anything to do.
 BENCHMARK(roundTrip<CulMatch, 1, false>)->Name("trip.one/cul")->Apply(trips);
-BENCHMARK(roundTrip<FutexMatch, 1, false>)->Name("trip.one/futex")->Apply(trips);
+BENCHMARK(roundTrip<FutexMatch<false>, 1, false>)->Name("trip.one/futex")->Apply(trips);
 
 }  // namespace

@@ -1,22 +1,65 @@
 #include "quonutil/threads/UNIX_Event_Semaphore.h"
 
-#include <chrono>
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+
+#include "quonutil/threads/LateWake.h"
+
+namespace {
+
+// What the monotonic clock reads in `milliseconds`.
+timespec readingIn(unsigned long milliseconds) noexcept {
+  constexpr long kNanoseconds = 1'000'000'000;
+  timespec reading;
+  ::clock_gettime(CLOCK_MONOTONIC, &reading);
+  reading.tv_sec += static_cast<long>(milliseconds / 1'000);
+  reading.tv_nsec += static_cast<long>(milliseconds % 1'000) * 1'000'000;
+  if (reading.tv_nsec >= kNanoseconds) {
+    reading.tv_nsec -= kNanoseconds;
+    ++reading.tv_sec;
+  }
+  return reading;
+}
+
+// Sleeps until it is woken or interrupted, or `limit` is over: then it gives true. Does not sleep
+// at all when `word` is not 0.
+bool sleepOn(std::atomic<unsigned int>& word, timespec const& limit) noexcept {
+  return ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, 0, &limit, nullptr,
+                   FUTEX_BITSET_MATCH_ANY) != 0 &&
+         errno == ETIMEDOUT;
+}
+
+}  // namespace
+
+// Either a thread sleeps before the gate is open, and then the poster sees it among those who wait;
+// or the system, which compares once more before it lets a thread sleep, sees the open gate.
 
 void UNIX_Event_Semaphore::post() noexcept {
-  if (isOpen_.exchange(true)) return;
-  // Whoever waits found the gate closed with the lock held, and then sleeps by now; or finds it
-  // open. Woken, it may run at once in this thread's place, and shall not find the lock taken.
-  { std::lock_guard<std::mutex> const held(lock_); }
-  opened_.notify_all();
+  if (isOpen_.exchange(1) == 0 && waiting_ != 0) LateWake::wake(isOpen_);
 }
 
 void UNIX_Event_Semaphore::reset() noexcept {
-  if (isOpen_) isOpen_ = false;
+  if (isOpen_ != 0) isOpen_ = 0;
+}
+
+bool UNIX_Event_Semaphore::passes(bool close) noexcept {
+  return (close ? isOpen_.exchange(0) : isOpen_.load()) != 0;
 }
 
 bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale /*scale*/, bool close) noexcept {
-  std::unique_lock<std::mutex> held(lock_);
-  auto const limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(time);
-  return opened_.wait_until(held, limit,
-                            [&] { return close ? isOpen_.exchange(false) : isOpen_.load(); });
+  LateWake::pay();
+  if (passes(close)) return true;
+  timespec const limit = readingIn(time);
+  bool passed = false;
+  ++waiting_;
+  for (bool over = false; !over && !passed;) {
+    over = sleepOn(isOpen_, limit);
+    passed = passes(close);
+  }
+  --waiting_;
+  return passed;
 }

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 
 #include "quonutil/Export.h"
 #include "quonutil/threads/CUL_Event_Semaphore.h"
@@ -17,7 +15,8 @@ class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
   UNIX_Event_Semaphore& operator=(UNIX_Event_Semaphore const&) = delete;
   ~UNIX_Event_Semaphore() = default;
 
-  /// Opens the gate and wakes everybody who waits; no system call when nobody does.
+  /// Opens the gate and wakes everybody who waits; no system call when nobody does. A thread that
+  /// holds a UNIX_Critical_Section wakes them when it next releases one, or waits here itself.
   void post() noexcept;
   /// Closes the gate.
   void reset() noexcept;
@@ -28,8 +27,8 @@ class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
   bool wait(unsigned long time, WaitTimeScale scale, bool close) noexcept;
 
  private:
-  // Opening an open gate, the usual case of a poster, takes no lock.
-  std::atomic<bool> isOpen_ = false;
-  std::mutex lock_;
-  std::condition_variable opened_;
+  bool passes(bool close) noexcept;
+
+  std::atomic<unsigned int> isOpen_ = 0;  // 1 or 0: what the waiting threads sleep on
+  std::atomic<unsigned int> waiting_ = 0;
 };

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <atomic>
 #include <csignal>
 #include <latch>
 #include <system_error>
@@ -8,6 +9,7 @@
 
 #include "quonutil/threads/ElapsedTime.h"
 #include "quonutil/threads/StdThread.h"
+#include "quonutil/threads/UNIX_Critical_Section.h"
 #include "quonutil/threads/UNIX_Event_Semaphore.h"
 #include "tests/support/Scratch.h"
 
@@ -82,6 +84,37 @@ TEST(EventSemaphore, StaysOpenUntilItIsReset) {
   other.join();
   gate.reset();
   EXPECT_FALSE(passes(0, false));
+}
+
+// A wake-up that is owed and never paid hangs here: it is due when one of the locks is released, or
+// before the thread that owes it sleeps at a gate.
+TEST(EventSemaphore, WakesOthersThoughItIsPostedUnderLocks) {
+  constexpr int kRounds = 3'000;
+  UNIX_Critical_Section outer, inner;
+  UNIX_Event_Semaphore there, back;
+  std::atomic<int> answers = 0;
+  auto const pass = [](UNIX_Event_Semaphore& gate) {
+    EXPECT_TRUE(gate.wait(600'000, UNIX_Event_Semaphore::kMilliseconds, true));
+  };
+  std::thread other([&] {
+    while (answers < kRounds) {
+      pass(there);
+      back.post();
+      ++answers;
+      answers.notify_one();
+    }
+  });
+  for (int i = 0; i < kRounds; ++i) {
+    outer.request("outer", __LINE__);
+    inner.request("inner", __LINE__);
+    there.post();
+    if (i % 2 == 0) pass(back);
+    inner.release("inner", __LINE__);
+    answers.wait(i);
+    back.reset();
+    outer.release("outer", __LINE__);
+  }
+  other.join();
 }
 
 TEST(ElapsedTime, CountsMicrosecondsForward) {
