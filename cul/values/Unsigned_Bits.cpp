@@ -1,8 +1,9 @@
 #include "cul/values/Unsigned_Bits.h"
 
+#include <array>
 #include <bit>
-#include <charconv>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -44,10 +45,42 @@ struct Filled : Digits {
   }
 };
 
+// "00", "01" to "99", side by side.
+constexpr auto kPairs = [] {
+  std::array<char, 200> digits{};
+  for (unsigned int i = 0; i < digits.size(); ++i) {
+    digits[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+  }
+  return digits;
+}();
+
+// Written from the last digit to the first, so that nobody has to count them before.
 struct Decimal : Digits {
   explicit Decimal(unsigned long value) noexcept {
-    first = text;
-    length = static_cast<unsigned int>(std::to_chars(text, std::end(text), value).ptr - text);
+    char* next = std::end(text);
+    for (; value >= 10'000; value /= 10'000) {
+      auto const four = static_cast<unsigned int>(value % 10'000);
+      putPair(next, four % 100);
+      putPair(next, four / 100);
+    }
+    auto rest = static_cast<unsigned int>(value);
+    if (rest >= 100) {
+      putPair(next, rest % 100);
+      rest /= 100;
+    }
+    if (rest >= 10) {
+      putPair(next, rest);
+    } else {
+      *--next = static_cast<char>('0' + rest);
+    }
+    first = next;
+    length = static_cast<unsigned int>(std::end(text) - next);
+  }
+
+ private:
+  static void putPair(char*& next, unsigned int pair) noexcept {
+    next -= 2;
+    std::memcpy(next, &kPairs[2 * pair], 2);
   }
 };
 
