@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
+#include "cul/base/Append.h"
 #include "cul/base/LockGuard.h"
 #include "cul/events/CUL_Event.h"
 #include "cul/events/CUL_Timer_Event.h"
@@ -157,8 +159,7 @@ void EventDispatcherBase::destroy() {
   LockGuard const held(lock, "destroy");
   destroyed = true;
   _purge();
-  levels[0]->events.append(dummy.get());
-  static_cast<void>(dummy.release());
+  append(levels[0]->events, std::move(dummy));
   ++pending;
   wakeup.post();
 }

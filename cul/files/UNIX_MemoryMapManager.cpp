@@ -2,7 +2,9 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
+#include "cul/base/Append.h"
 #include "cul/files/PageSize.h"
 #include "cul/files/UNIX_MemoryMap.h"
 
@@ -38,8 +40,7 @@ void* UNIX_MemoryMapManager::createMap(long offset, unsigned int length, int fd)
   }
   auto map = std::make_unique<UNIX_MemoryMap>(fd, offset, length);
   if (map->address == nullptr) return nullptr;
-  maps.append(map.get());
-  return at(*map.release());
+  return at(*append(maps, std::move(map)));
 }
 
 void UNIX_MemoryMapManager::removeMap(void* address) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "cul/base/Append.h"
 #include "cul/search/UNIX_File_System.h"
 #include "quonutil/collections/AutoList.h"
 
@@ -34,9 +35,7 @@ List<FileName*> CUL_File_System::parseSearchPath(EncodedString const& text) cons
   for (char const* next = text.data(); next < end;) {
     char const* const stop = std::find_first_of(next, end, separators.begin(), separators.end());
     EncodedString entry(next, static_cast<unsigned int>(stop - next), EncodedString::kLibraryText);
-    auto name = std::make_unique<FileName>(std::move(entry));
-    names.append(name.get());
-    static_cast<void>(name.release());
+    append(names, std::make_unique<FileName>(std::move(entry)));
     next = stop + 1;
   }
   return names;
