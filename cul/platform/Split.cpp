@@ -1,6 +1,11 @@
-#include <cstring>
-#include <memory>
+#include <emmintrin.h>
 
+#include <algorithm>
+#include <bit>
+#include <memory>
+#include <utility>
+
+#include "cul/base/Append.h"
 #include "cul/platform/CUL_Api.h"
 
 namespace {
@@ -44,10 +49,21 @@ class Splitter {
     }
   }
 
+  static constexpr int kBlock = 16;  // bytes
+
   static bool isSpace(char character) { return character == ' ' || character == '\t'; }
 
-  // The end of the characters from `end` on that stand for themselves.
+  // The end of the characters from `end` on that stand for themselves. Most words end within the
+  // first sixteen, at a place that a loop over single bytes could not foresee.
   char const* endOfRun(char const* end, bool quoted) const {
+    for (; end_ - end >= kBlock; end += kBlock) {
+      auto const bytes = _mm_loadu_si128(reinterpret_cast<__m128i const*>(end));
+      auto const is = [bytes](char c) { return _mm_cmpeq_epi8(bytes, _mm_set1_epi8(c)); };
+      auto special = _mm_or_si128(is('"'), is('\\'));
+      if (!quoted) special = _mm_or_si128(special, _mm_or_si128(is(' '), is('\t')));
+      auto const places = static_cast<unsigned int>(_mm_movemask_epi8(special));
+      if (places != 0) return end + std::countr_zero(places);
+    }
     while (end != end_ && *end != '"' && *end != '\\' && (quoted || !isSpace(*end))) ++end;
     return end;
   }
@@ -64,11 +80,12 @@ class Splitter {
 }  // namespace
 
 void CUL_Api::split(EncodedString const& text, List<EncodedString*>& words) {
+  constexpr unsigned int kUsualLength = 8;  // of a word and a blank
+  constexpr unsigned int kManyWords = 64;
+  if (words.isEmpty()) words.reserve(std::min(text.length() / kUsualLength, kManyWords));
   Splitter splitter(text);
   while (splitter.skipSpace()) {
     auto word = splitter.takeWord();
-    if (word->isEmpty()) continue;
-    words.append(word.get());
-    static_cast<void>(word.release());
+    if (!word->isEmpty()) append(words, std::move(word));
   }
 }
