@@ -2,16 +2,25 @@
 
 #include <memory>
 
+#include "cul/base/Append.h"
+
 namespace {
 
 constexpr unsigned int kRoom = 100;
 constexpr unsigned int kSpareRoom = 10;  // beside the variables that are copied
 
+// Whether the texts are equal. Names that belong together begin alike: they differ in length or at
+// their ends, where a comparison from the front looks last.
+bool areEqual(EncodedString const& left, EncodedString const& right) {
+  unsigned int const length = left.length();
+  if (right.length() != length) return false;
+  unsigned int const last = length == 0 ? 0 : length - 1;  // an empty text ends in a zero too
+  return left.data()[last] == right.data()[last] && left == right;
+}
+
 template <class Variable, class... Contents>
-Variable* appendNew(List<Variable*>& list, Contents const&... contents) {
-  auto made = std::make_unique<EnvironmentVariable>(contents...);
-  list.append(made.get());
-  return made.release();
+EnvironmentVariable* appendNew(List<Variable*>& list, Contents const&... contents) {
+  return append(list, std::make_unique<EnvironmentVariable>(contents...));
 }
 
 }  // namespace
@@ -92,7 +101,7 @@ List<CUL_EnvironmentVariable*>& Environment::variables(List<CUL_EnvironmentVaria
 unsigned int Environment::find(EncodedString const& name) const {
   for (unsigned int place = vars.count(); place-- > 0;) {
     // The set makes each of them itself: there is no other name() than this one.
-    if (vars[place]->EnvironmentVariable::name() == name) return place;
+    if (areEqual(vars[place]->EnvironmentVariable::name(), name)) return place;
   }
   return kNotFound;
 }
