@@ -21,6 +21,8 @@ if(CUL_SANITIZE)
   add_link_options(-fsanitize=${CUL_SANITIZE})
 endif()
 if(CUL_COVERAGE)
-  add_compile_options(--coverage)
-  add_link_options(--coverage)
+  # Counters that the file holds at once: a test's child that is killed has counted all the same.
+  add_compile_options(-fprofile-instr-generate -fcoverage-mapping
+                      "SHELL:-mllvm -runtime-counter-relocation")
+  add_link_options(-fprofile-instr-generate)
 endif()
