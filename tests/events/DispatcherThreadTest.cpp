@@ -52,7 +52,7 @@ TEST(DispatcherThread, TheLoopEndsWhileDestroyPurges) {
   EXPECT_EQ(purged, 5);
 }
 
-// Posters, a blocker and a destroyer, in one round. No wait times out: what is not woken stays.
+// Posters, a blocker and two destroyers, in one round. No wait times out: what is not woken stays.
 class Round {
  public:
   explicit Round(bool early) : early_(early) {}
@@ -68,7 +68,9 @@ class Round {
     });
     start_.arrive_and_wait();
     waitFor(early_ ? kEach : 3 * kEach);
+    std::thread other([&] { dispatcher_.destroy(); });
     dispatcher_.destroy();
+    other.join();
     for (auto& poster : posters) poster.join();
     blocker.join();
     loop.join();
