@@ -39,24 +39,21 @@ function(cul_write_benches)
   file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/benches.txt CONTENT "${text}\n" @ONLY)
 endfunction()
 
-# cul_fuzz(name SOURCES … [SEEDS folder]): a libFuzzer program `<name>_fuzz`, and a test that runs
-# it over its seeds and a bounded number of inputs made from them.
+# cul_fuzz(name SOURCES … [LIBS …]): a libFuzzer program `<name>_fuzz`, and a test that runs it for
+# CUL_FUZZ_SECONDS over seeds/<name>, with the words of <name>.dict and what earlier runs found.
 function(cul_fuzz name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SEEDS" "SOURCES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
   set(target ${name}_fuzz)
   add_executable(${target} ${arg_SOURCES})
   _cul_program(${target})
-  target_link_libraries(${target} PRIVATE cul quonutil)
+  target_link_libraries(${target} PRIVATE cul quonutil fuzz_harness ${arg_LIBS})
   target_link_options(${target} PRIVATE -fsanitize=fuzzer)
   set(found ${CMAKE_CURRENT_BINARY_DIR}/${name}.found)  # inputs worth keeping are written here
   file(MAKE_DIRECTORY ${found})
-  set(corpus ${found})
-  if(arg_SEEDS)
-    list(APPEND corpus ${CMAKE_CURRENT_SOURCE_DIR}/${arg_SEEDS})
-  endif()
   add_test(NAME fuzz.${name}
-    COMMAND ${target} -seed=${CUL_FUZZ_SEED} -runs=${CUL_FUZZ_RUNS}
-            -max_total_time=${CUL_FUZZ_SECONDS} -timeout=10 -print_final_stats=1 ${corpus}
+    COMMAND ${target} -seed=${CUL_FUZZ_SEED} -max_total_time=${CUL_FUZZ_SECONDS} -timeout=10
+            -print_final_stats=1 -dict=${CMAKE_CURRENT_SOURCE_DIR}/${name}.dict
+            ${found} ${CMAKE_CURRENT_SOURCE_DIR}/seeds/${name}
     WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
   set_tests_properties(fuzz.${name} PROPERTIES LABELS fuzz)
 endfunction()
