@@ -18,7 +18,7 @@
 /// No operation throws on a file-system failure and none returns an error code: it writes a trace
 /// line and gives an empty or null result. std::bad_alloc passes, with nothing left open. Nothing
 /// is locked: the operations may run on any threads at once and share only the file system. Two
-/// writers of one copy are not kept apart, and a reader beside a writer may see a part.
+/// writers of one copy are not kept apart, and a reader beside a writer can see a shorter file.
 class CUL_EXPORT DbgCache {
  public:
   /// Asks readFile for everything from the offset to the end.
@@ -26,14 +26,16 @@ class CUL_EXPORT DbgCache {
 
   /// Reads `size` bytes from byte `offset` of a copy with one read(2). The result holds exactly
   /// `size` bytes and is the caller's to delete; null on any failure, also when the copy has no
-  /// byte at `offset`: an empty copy can be stored, but not read.
+  /// byte at `offset`: an empty copy can be stored, but not read. The digest only names the copy;
+  /// the bytes are not held against it.
   virtual ByteString* readFile(FileName const& file, MD5 const* digest, unsigned int offset,
                                unsigned int size) = 0;
 
   /// Stores `content` as the copy for `file` and `digest` with one write(2), in place of an
   /// earlier one. A new copy is its owner's alone (0600); either way it counts as accessed just
-  /// now, and a link that stands there is followed. A copy that cannot be written whole does not
-  /// stay; without a digest, the copies of that name with a digest go with it.
+  /// now, and a link that stands there is followed (write(2) into a FIFO that nobody reads any more
+  /// raises SIGPIPE). A copy that cannot be written whole does not stay; without a digest, the
+  /// copies of that name with a digest go with it.
   virtual void addFile(ByteString const& content, FileName const& file, MD5 const* digest) = 0;
 
   /// With a digest, removes that copy. With null, removes every copy whose name matches the text

@@ -27,9 +27,11 @@
 class CUL_EXPORT DbgCacheUnix : public DbgCache {
  public:
   /// Chooses the directory. One that the parameter names is taken unchecked, and the removal by age
-  /// takes every file in it. Otherwise it is ".vexcorlz/" in the home directory (HOME or, when that
-  /// is unset or empty, the password database's), made with permissions 0700 when missing. When
-  /// there is no such place the cache is unusable for good: every operation refuses.
+  /// takes every entry of it that is no directory; a relative one follows the working directory.
+  /// Otherwise it is ".vexcorlz/" in the home directory (HOME or, when that is unset or empty, the
+  /// password database's), made with permissions 0700 when missing. When there is no such place the
+  /// cache is unusable for good: every operation refuses. Nobody asks whose home it is: root with
+  /// another user's HOME stores and removes there.
   DbgCacheUnix();
 
   ByteString* readFile(FileName const& file, MD5 const* digest, unsigned int offset,

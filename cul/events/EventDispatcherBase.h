@@ -26,7 +26,9 @@ class CUL_Timer_Event;
 ///
 /// Any thread may post, block or destroy at any time, events that run or are being destroyed
 /// included; one thread at a time dispatches. The destructor waits for nobody: `dispatchLoop()`
-/// has returned before. std::bad_alloc passes, with the lock released and nothing changed.
+/// has returned before. std::bad_alloc passes, with the lock released and nothing changed. A
+/// process does not fork while a dispatcher runs, unless the child calls exec at once: the child
+/// lacks the dispatch thread, and may have a lock that nobody releases.
 class CUL_EXPORT EventDispatcherBase {
  public:
   /// A dispatcher with `n` levels, all of them served; 0 is taken for 1.

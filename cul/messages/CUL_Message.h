@@ -17,10 +17,10 @@
 ///
 /// The placeholder of insert i, counted from 1, is "%" followed by i in decimal. Each insert
 /// replaces its placeholder wherever that stands, %1 first, then %2 and so on: a placeholder that
-/// comes with an insert is replaced too when its turn comes later, and of "%10" insert 1 replaces
-/// "%1". A placeholder without an insert stays, and an insert without a placeholder is left out;
-/// nothing protects a "%". The texts of the catalog are UTF-8; inserts of other bytes pass
-/// unchanged.
+/// comes with an insert is replaced too when its turn comes later (so a few short inserts can make
+/// a text of any length), and of "%10" insert 1 replaces "%1". A placeholder without an insert
+/// stays, and an insert without a placeholder is left out; nothing protects a "%". The texts of the
+/// catalog are UTF-8; inserts of other bytes pass unchanged.
 ///
 /// The list elements and pointers that are handed over as inserts point to texts, which are copied.
 ///
