@@ -1,0 +1,218 @@
+"""What `cul cache` tells and does, held against md5sum, the disk, and a real removal by age."""
+
+import hashlib
+import os
+import pathlib
+import pty
+import shutil
+import subprocess
+import tempfile
+import time
+import unittest
+
+from tool import TOOL, ToolTest
+
+HOUR = 3600
+EMPTY = "d41d8cd98f00b204e9800998ecf8427e"
+
+
+class Cache(ToolTest):
+    def setUp(self):
+        super().setUp()
+        self.directory = self.scratch / "cache"
+        self.directory.mkdir(mode=0o700)
+        self.at = ["--directory", str(self.directory)]
+
+    def copy(self, name, content, age=0):
+        """A copy as the cache makes it, last read `age` seconds ago."""
+        digest = hashlib.md5(content).hexdigest()
+        path = self.write(f"cache/{name}.{digest}", content, 0o600)
+        self.read_ago(path, age)
+        return path.name
+
+    def read_ago(self, path, seconds):
+        now = time.time_ns()
+        os.utime(path, ns=(now - seconds * 10**9, now))
+
+    def snapshot(self):
+        return sorted((e.name, e.stat(follow_symlinks=False).st_atime_ns,
+                       e.stat(follow_symlinks=False).st_mtime_ns)
+                      for e in os.scandir(self.directory))  # fmt: skip
+
+    def test_digests_are_those_of_md5sum(self):
+        for number in range(5):
+            self.copy(f"f{number}", os.urandom(number * 700_000), 100 * HOUR)
+        damaged = self.copy("damaged", b"x" * 1000, 100 * HOUR)
+        with open(self.directory / damaged, "r+b") as file:
+            file.write(b"y")
+        self.write("cache/plain", b"no digest")
+        self.read_ago(self.directory / damaged, 100 * HOUR)
+        before = self.snapshot()
+        told = self.json("cache", "verify", *self.at, status=1)["copies"]
+        told = {copy["file"]: copy["verdict"] for copy in told}
+        self.assertEqual(before, self.snapshot(), "verifying counts as reading")
+        listing = subprocess.run(["md5sum", *told], cwd=self.directory, check=True,
+                                 capture_output=True, text=True).stdout  # fmt: skip
+        expected = {}
+        for digest, name in (line.split("  ", 1) for line in listing.splitlines()):
+            expected[name] = "good" if name.endswith("." + digest) else "damaged"
+        expected["plain"] = "no digest"
+        self.assertEqual(told, expected)
+
+    def test_would_remove_is_what_a_removal_then_takes(self):
+        expire = os.environ["CUL_EXPIRE"]
+        rows = [("48", ":48", 48 * HOUR), ("1", ":1", HOUR), ("1193047", ":1193047", 1904),
+                ("0", "::flush", 0), ("2000", ":2000", 2000 * HOUR)]  # fmt: skip
+        for hours, rest, limit in rows:
+            for name, age in (("younger", limit - 90), ("older", limit + 1), ("ancient", 10**9)):
+                self.copy(name, b"", age)
+            self.read_ago(self.write("outside", b""), limit + 2)
+            for name, target in (("link", "../outside"), ("dangling", "nowhere"), ("up", "..")):
+                if not os.path.lexists(self.directory / name):
+                    (self.directory / name).symlink_to(target)
+            (self.directory / "inside").mkdir(exist_ok=True)
+            told = self.json("cache", "would-remove", hours, *self.at)
+            twin = self.scratch / f"cul-test-twin-{hours}"
+            shutil.copytree(self.directory, twin, symlinks=True)
+            before = set(os.listdir(twin))
+            subprocess.run([expire, str(twin), rest], check=True)
+            files = {".".join(filter(None, (r["name"], r["digest"]))) for r in told["removed"]}
+            self.assertEqual(files, before - set(os.listdir(twin)), hours)
+            self.assertEqual((told["limit"], "ancient." + EMPTY in files), (limit, True))
+
+    def test_looking_changes_nothing(self):
+        self.copy("old", b"old", 10_000 * HOUR)
+        self.copy("new", b"new")
+        before = self.snapshot()
+        for words in (["list"], ["stat"], ["verify"], ["would-remove", "1"], ["doctor"]):
+            self.cul("cache", *words, *self.at)
+            self.run_tool("cache", *words)
+        self.refusal("cache", "get", "none")
+        self.assertEqual(before, self.snapshot())
+        self.assertEqual(os.listdir(self.home), [], "looking made the user's cache")
+
+    def test_lists_and_totals(self):
+        for name, size, age in (("a", 5, 0), ("b.so", 700, 2 * HOUR), ("c", 30, 1000 * HOUR)):
+            self.copy(name, b"x" * size, age + 30)
+        told = self.json("cache", "list", "--sort", "size", *self.at)
+        self.assertEqual([c["name"] for c in told["copies"]], ["b.so", "c", "a"])
+        told = self.json("cache", "list", "--sort=age", *self.at)
+        self.assertEqual([c["name"] for c in told["copies"]], ["c", "b.so", "a"])
+        self.assertTrue(0 <= told["copies"][2]["age"] - 30 < 60, told)
+        told = self.json("cache", "stat", *self.at)
+        ages = {row["age"]: (row["files"], row["bytes"]) for row in told["ages"]}
+        self.assertEqual((told["files"], told["bytes"], told["names"]), (3, 735, 3))
+        self.assertEqual((ages["below 1 h"], ages["below 24 h"], ages["older"]),
+                         ((1, 5), (1, 700), (1, 30)))  # fmt: skip
+
+    def test_what_is_stored_is_read_and_removed(self):
+        content = os.urandom(300_000)
+        file = str(self.write("src/libx.so.debug", content))
+        kept = self.copy("kept", b"kept", 20 * 365 * 24 * HOUR)
+        path = self.cul("cache", "put", file, *self.at).decode().rstrip("\n")
+        name = f"libx.so.debug.{hashlib.md5(content).hexdigest()}"
+        self.assertEqual(path, str(self.directory / name))
+        self.assertEqual(self.cul("cache", "get", name, *self.at), content)
+        piece = self.cul("cache", "get", name, "--offset", "299990", "--size=10", *self.at)
+        self.assertEqual(piece, content[-10:])
+        self.assertEqual(self.cul("cache", "get", "libx.so.debug", *self.at), content)
+        self.cul("cache", "put", file, "--name", "libx.so.debug", "--no-digest", *self.at)
+        self.assertEqual(self.cul("cache", "get", "libx.so.debug", *self.at), content)
+        removed = self.json("cache", "remove", "--copies", "libx.so.debug", *self.at)["removed"]
+        self.assertEqual(removed, [{"file": name}])
+        self.cul("cache", "remove", "libx.so.debug", *self.at)
+        self.assertEqual(os.listdir(self.directory), [kept], "an old copy was expired")
+        self.cul("cache", "put", file)
+        default = self.home / ".vexcorlz"
+        self.assertEqual((os.listdir(default), default.stat().st_mode & 0o777), ([name], 0o700))
+
+    def test_failures_are_told_in_one_line(self):
+        file = str(self.write("file", b"content"))
+        empty = self.copy("empty", b"")
+        rows = [
+            (["get", "none", *self.at], "has no none"),
+            (["get", "../file", *self.at], "no path"),
+            (["get", empty, *self.at], "offset"),
+            (["put", str(self.scratch / "none"), *self.at], "No such file"),
+            (["put", file, "--directory", str(self.scratch / "none")], "no directory"),
+            (["put", file, "--name", "n" * 223, *self.at], "File name too long"),
+            (["put", file, "--directory", "a:b"], '":"'),
+            (["remove", "none", *self.at], "has no none"),
+            (["remove", "--copies", "none", *self.at], "nothing of that name"),
+            (["list", "--directory", file], "Not a directory"),
+            (["list", "--directory", "none"], "No such file"),
+        ]  # fmt: skip
+        for words, expected in rows:
+            self.assertIn(expected, self.refusal("cache", *words), words)
+
+    @unittest.skipUnless(os.path.isdir("/dev/shm"), "no file system that keeps every time")
+    def test_what_no_hours_can_say_is_not_removed(self):
+        directory = tempfile.mkdtemp(prefix="cul-test-", dir="/dev/shm")
+        self.addCleanup(shutil.rmtree, directory)
+        ancient = pathlib.Path(directory, "ancient")
+        ancient.write_bytes(b"1")
+        file = str(self.write("file", b"content"))
+        for seconds, status in ((1_193_046 * HOUR + 1, 1), (1_193_046 * HOUR - 90, 0)):
+            self.read_ago(ancient, seconds)
+            done = self.run_tool("cache", "put", file, "--directory", directory)
+            self.assertEqual((done.returncode, b"so old" in done.stderr), (status, status == 1))
+            self.assertTrue(ancient.exists())
+
+    def doctor(self, *words, status=1):
+        told = self.json("cache", "doctor", *words, status=status)
+        return " / ".join(f["severity"] + " " + f["finding"] for f in told["findings"])
+
+    def test_the_doctor_finds_what_hurts(self):
+        copy = self.copy("good", b"good")
+        self.assertEqual(self.doctor(*self.at, status=0), "")
+        parameters = [
+            ("", 0, ""), (":48:noflush", 0, ""), (":0", 1, '"0", which is taken for 48'),
+            (":abc", 1, '"abc"'), (":70000", 1, "take 70000 for 4464"), (":48:FLUSH", 1, "clears"),
+            (":1193047", 1, "wraps to 1,904 s"), (":b/c", 1, '"b/c"'),
+        ]  # fmt: skip
+        for rest, status, expected in parameters:
+            told = self.doctor("--parameter", str(self.directory) + rest, status=status)
+            self.assertTrue(expected in told and (status or not told), (rest, told))
+        self.assertIn("nothing makes it", self.doctor("--directory", str(self.scratch / "none")))
+        self.assertIn("note No such", self.doctor(status=0))
+        self.write("cache/stranger", mode=0o600)
+        (self.directory / "dangling").symlink_to("nowhere")
+        (self.directory / "folder").mkdir()
+        os.mkfifo(self.directory / f"pipe.{EMPTY}", 0o600)
+        (self.directory / copy).chmod(0o644)
+        self.read_ago(self.directory / copy, -1000)
+        self.directory.chmod(0o755)
+        told = self.doctor(*self.at)
+        for text in ("0755", "no digest in their names", "they are: stranger", "links to nothing",
+                     "directories, which", "empty: such", "neither", "by others: good",
+                     "the future"):  # fmt: skip
+            self.assertIn(text, told)
+
+    @unittest.skipIf(subprocess.run(["unshare", "-m", "true"], capture_output=True).returncode,
+                     "may not mount a file system")
+    def test_the_doctor_asks_the_file_system(self):
+        script = """mount -t tmpfs -o "mode=0700,$1" none "$2"
+                    exec "$3" cache doctor --parameter "$2:$4" """
+        rows = [("noatime", 48, "no access times"), ("relatime", 12, "24 hours"),
+                ("relatime", 48, ""), ("strictatime", 12, "")]  # fmt: skip
+        for option, hours, expected in rows:
+            done = subprocess.run(["unshare", "-m", "sh", "-c", script, "sh", option,
+                                   str(self.directory), TOOL, str(hours)],
+                                  capture_output=True, text=True)  # fmt: skip
+            self.assertEqual(done.stderr, "")
+            self.assertEqual(done.returncode, 1 if expected else 0, (option, done.stdout))
+            self.assertIn(expected, done.stdout)
+
+    def test_progress_is_for_a_terminal(self):
+        self.copy("large", bytes(8 << 20))
+        master, terminal = pty.openpty()
+        done = subprocess.run([TOOL, "cache", "verify", *self.at], env=self.environment,
+                              stdout=subprocess.PIPE, stderr=terminal)  # fmt: skip
+        os.close(terminal)
+        shown = os.read(master, 100_000)
+        os.close(master)
+        self.assertEqual((done.returncode, shown.count(b"[##"), shown[-4:]), (0, 8, b"\r\x1b[K"))
+
+
+if __name__ == "__main__":
+    unittest.main()

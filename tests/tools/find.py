@@ -1,0 +1,120 @@
+"""What `cul find` explains, held against the loader and against what stands on the disk."""
+
+import os
+import re
+import shutil
+import subprocess
+import unittest
+
+from tool import TOOL, ToolTest
+
+
+class Find(ToolTest):
+    def explained(self, *words, status=0):
+        told = self.json("find", *words, "--explain", status=status)
+        places = [(p["stage"], p["directory"], p["verdict"], p["file"]) for p in told["searched"]]
+        return told, places
+
+    def test_every_place_has_its_verdict(self):
+        self.write("empty/other")
+        self.write("directory/x/y")
+        self.write("plain/x", mode=0o644)
+        self.write("good/x", mode=0o755)
+        (self.scratch / "alias").symlink_to("plain")
+        (self.scratch / "dangling").mkdir()
+        (self.scratch / "dangling/x").symlink_to("nothing")
+        path = "empty:none:directory:dangling:plain:alias:good:"
+        told, places = self.explained("exe", "x", "--path", path)
+        self.assertEqual(places, [
+            ("working directory", ".", "not there", None),
+            ("PATH", "empty", "not there", None),
+            ("PATH", "none", "no such directory", None),
+            ("PATH", "directory", "a directory", None),
+            ("PATH", "dangling", "a link to nothing", None),
+            ("PATH", "plain", "found, not executable", "plain/x"),
+            ("PATH", "alias", "the same file", "alias/x"),
+            ("PATH", "good", "shadowed", "good/x"),
+        ])  # fmt: skip
+        self.assertEqual((told["name"], told["found"]), ("x", "plain/x"))
+        self.assertEqual(self.cul("find", "exe", "x", "--path", path), b"plain/x\n")
+        every = self.cul("find", "exe", "--all", "--path=" + path, "x")
+        self.assertEqual(every, b"plain/x\nalias/x\ngood/x\n")
+        self.write("x")
+        self.assertEqual(self.cul("find", "exe", "x", "--path", path), b"./x\n")
+        self.assertIn("not found", self.refusal("find", "exe", "y", "--path", path))
+        whole = str(self.scratch / "good/x")
+        self.assertEqual(self.explained("exe", whole)[1], [("as it stands", None, "found", whole)])
+
+    def test_modules_are_looked_for_in_the_engines_order(self):
+        self.write("b/libx.so")
+        self.write("now/libx.so")
+        told, places = self.explained("module", "libx.so", "--path", "a:b:", "--current", "now")
+        stages = [place[:3] for place in places]
+        self.assertEqual(stages, [
+            ("LD_LIBRARY_PATH", "a", "no such directory"), ("LD_LIBRARY_PATH", "b", "found"),
+            ("LD_LIBRARY_PATH", ".", "not there"), ("current directory", "now", "shadowed"),
+            ("system", "/usr/lib", "not there"), ("system", "/lib", "not there"),
+        ])  # fmt: skip
+        self.assertEqual(self.cul("find", "module", "b/libx.so(y.o)"), b"./b/libx.so(y.o)\n")
+
+    def test_sources_are_looked_for_in_the_engines_order(self):
+        for name in ("t1/deep/m.c", "t1/z/m.c", "t2/m.c", "conf/m.c"):
+            self.write(name)
+        words = ["source", "../src/m.c", "--path", "t0:t1:t2", "--configured", "conf"]
+        told, places = self.explained(*words, "--current", "t1")
+        self.assertEqual(places, [
+            ("as it stands", None, "not there", None),
+            ("tree of --path", "t0", "no such directory", None),
+            ("tree of --path", "t1", "found", "t1/deep/m.c"),
+            ("tree of --path", "t1", "shadowed", "t1/z/m.c"),
+            ("tree of --path", "t2", "shadowed", "t2/m.c"),
+            ("working directory", ".", "not there", None),
+            ("configured tree", "conf", "shadowed", "conf/m.c"),
+        ])  # fmt: skip
+        self.assertEqual(told["real"], str(self.scratch / "t1/deep/m.c"))
+        _, places = self.explained(*words, "--current", ".")
+        self.assertNotIn("working directory", [place[0] for place in places])
+        self.explained("source", "no/file/", "--path", "t1", status=1)
+
+    def test_the_system_agrees_about_its_libraries(self):
+        listing = subprocess.run(["/sbin/ldconfig", "-p"], capture_output=True, text=True).stdout
+        known = {}
+        for name, kind, path in re.findall(r"^\t(\S+) \(([^)]*)\) => (\S+)$", listing, re.M):
+            if "x86-64" in kind and "hwcap" not in kind:
+                known.setdefault(name, path)
+        path = ":".join(dict.fromkeys(os.path.dirname(each) for each in known.values()))
+        self.assertGreater(len(known), 5)
+        for name in sorted(known)[:: max(1, len(known) // 40)]:
+            found = self.json("find", "module", name, "--path", path)["real"]
+            self.assertEqual(found, os.path.realpath(known[name]), name)
+
+    def test_the_loader_tries_the_same_files(self):
+        """The loader's own list of tries, as it starts the command itself."""
+        library = "libstdc++.so.6"
+        system = self.json("find", "module", library, "--path", "/usr/lib/x86_64-linux-gnu")["real"]
+        self.write("a/other")
+        for folder in ("b", "c"):
+            (self.scratch / folder).mkdir()
+            shutil.copy(system, self.scratch / folder / library)
+        path = ":".join(str(self.scratch / folder) for folder in "abc")
+        loader = dict(self.environment, LD_LIBRARY_PATH=path, LD_DEBUG="libs")
+        done = subprocess.run([TOOL, "version"], env=loader, capture_output=True)
+        tried = re.findall(rf"trying file=(\S+/{re.escape(library)})$", done.stderr.decode(), re.M)
+        tried = [each for each in tried if os.path.dirname(each) in path.split(":")]
+        told, places = self.explained("module", library, "--path", path)
+        upto = [directory + "/" + library for _, directory, _, _ in places]
+        self.assertEqual(tried, upto[: upto.index(told["found"]) + 1])
+
+    def test_names_of_any_bytes_come_out_whole(self):
+        name = b"odd \xff\n\x1b[31m\xc2\x9b\"\\"
+        self.write(b"d/" + name)
+        words = ["find", "exe", os.fsdecode(name), "--path", "d"]
+        self.assertEqual(self.cul(*words), b"d/" + name + b"\n")
+        self.assertEqual(os.fsencode(self.json(*words)["found"]), b"d/" + name)
+        told = self.cul(*words, "--explain")
+        self.assertIn(rb"d/odd \xFF\x0A\x1B[31m\xC2\x9B" + b'"\\\n', told)
+        self.assertEqual(told.count(b"\n"), 7)
+
+
+if __name__ == "__main__":
+    unittest.main()
