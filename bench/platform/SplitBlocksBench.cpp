@@ -2,28 +2,11 @@
 // blocks a word fails. This row has no peer, and a program of its own: counting costs time.
 #include <benchmark/benchmark.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 
 #include "bench/platform/CommandLines.h"
+#include "bench/support/Allocations.h"
 #include "cul/platform/CUL_Api.h"
-
-namespace {
-
-std::int64_t allocations = 0;
-
-}  // namespace
-
-// Stand in for the C++ library's, for our libraries too.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* const block = std::malloc(size)) return block;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 

@@ -3,26 +3,11 @@
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
-#include <cstdlib>
-#include <new>
+#include <cstdint>
 #include <string>
 
+#include "bench/support/Allocations.h"
 #include "quonutil/text/EncodedString.h"
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-// Stand in for the C++ library's, for our libraries too. Not inlined, as those are not.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* const block = std::malloc(size)) return block;
-  throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 
@@ -52,7 +37,7 @@ class NoAllocation {
 
  private:
   benchmark::State& state_;
-  std::size_t before_;
+  std::int64_t before_;
 };
 
 std::string letters(benchmark::State const& state) {

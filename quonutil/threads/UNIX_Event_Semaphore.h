@@ -27,7 +27,7 @@ class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
   bool wait(unsigned long time, WaitTimeScale scale, bool close) noexcept;
 
  private:
-  bool passes(bool close) noexcept;
+  QUONUTIL_LOCAL bool passes(bool close) noexcept;
 
   std::atomic<unsigned int> isOpen_ = 0;  // 1 or 0: what the waiting threads sleep on
   std::atomic<unsigned int> waiting_ = 0;
