@@ -170,8 +170,8 @@ bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale, bool) noexcep
 namespace {
 
 // What each thread does, beside the one that dispatches:
-// 1, 2 and 3 post an event with that priority, t posts a timer, b holds the upper of two levels back
-// and r releases it, w waits until every event has come to its end, d destroys.
+// 1, 2 and 3 post an event with that priority, t posts a timer, b holds the upper of two levels
+// back and r releases it, w waits until every event has come to its end, d destroys.
 using Scenario = std::vector<std::string>;
 
 // A dispatcher, and what becomes of the events that are posted to it.
