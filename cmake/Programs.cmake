@@ -4,7 +4,7 @@
 #
 # A GoogleTest program `<name>_test`; each of its tests is a test of CTest named `<name>.…` and
 # runs in a process of its own, because half of what is tested exists once a process.
-# FAULTS is for a program that stands between the libraries and the C library, with a FaultPlan or
+# FAULTS is for a program that stands between the libraries and the C library, with a CallWatch or
 # with calls that it defines itself: nothing may rename these calls.
 function(cul_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "FAULTS" "" "SOURCES;LIBS")
@@ -13,7 +13,7 @@ function(cul_test name)
   _cul_program(${target})
   target_link_libraries(${target} PRIVATE cul quonutil ${arg_LIBS} GTest::gmock_main)
   if(arg_FAULTS)
-    target_link_libraries(${target} PRIVATE fault_plan)
+    target_link_libraries(${target} PRIVATE call_fronts)
   else()
     target_link_libraries(${target} PRIVATE cul_fortify)
   endif()

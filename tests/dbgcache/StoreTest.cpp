@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <tuple>
 
 #include "tests/dbgcache/TestCache.h"
 
@@ -97,10 +96,6 @@ TEST_F(Store, APatternRemovalTakesEveryDigestAndNothingElse) {
   std::filesystem::create_directory(scratch.path("main.o.d"));
   TraceCapture capture({TraceFlag::detail, TraceFlag::error, TraceFlag::vkt});
   cache.remove(fileName("/usr/src/main.o"), nullptr);  // no entry has a "/"
-  {
-    FaultPlan const plan({"opendir"}, 1, EMFILE);
-    cache.remove(file, nullptr);  // nothing is removed, and nothing told
-  }
   EXPECT_THAT(capture.lines(), IsEmpty());
   cache.remove(fileName("main\\.o"), nullptr);
   EXPECT_THAT(
@@ -114,57 +109,6 @@ TEST_F(Store, APatternRemovalTakesEveryDigestAndNothingElse) {
   capture.lines();
   cache.remove(file, &digest);  // which is no news
   EXPECT_THAT(capture.lines(), IsEmpty());
-}
-
-// Whichever call fails: one line, nothing left open, and no file that is not whole.
-TEST_F(Store, EveryCallOfAReadFailsOnce) {
-  add("data", file, &digest);
-  unsigned int const descriptors = openDescriptors();
-  for (int nth = 1;; ++nth) {
-    TraceCapture capture({TraceFlag::vkt});
-    FaultPlan const plan({"open", "fstat", "lseek", "read"}, nth, EIO);
-    std::string const bytes = read(file, &digest, 1, 2);
-    EXPECT_EQ(bytes, plan.fired() ? "(null)" : "at");
-    EXPECT_EQ(openDescriptors(), descriptors);
-    EXPECT_EQ(openFlags, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (!plan.fired()) break;
-    EXPECT_THAT(capture.lines(),
-                ElementsAre("readFile VKT ::" + plan.call() + " failed - errno = 5"));
-  }
-  TraceCapture capture({TraceFlag::vkt});
-  FaultPlan const plan({"read"}, 1, EIO, FaultPlan::kOneShort);
-  EXPECT_EQ(read(file, &digest, 1, 2), "(null)");
-  EXPECT_THAT(capture.lines(), ElementsAre("readFile VKT ::read failed - errno = 0"));
-}
-
-TEST_F(Store, EveryCallOfAStoreFailsOnce) {
-  // Without a text to trace the store is good all the same.
-  constexpr std::tuple<char const*, FaultPlan::Outcome, char const*> kRows[] = {
-      {"open", FaultPlan::kFails, "::open failed - errno = 5"},
-      {"write", FaultPlan::kFails, "::write failed - errno = 5"},
-      {"write", FaultPlan::kOneShort, "::write failed - errno = 0"},
-      {"futimens", FaultPlan::kFails, nullptr},
-      {"close", FaultPlan::kFailsAfter, "::write failed - errno = 5"}};
-  unsigned int const descriptors = openDescriptors();
-  for (auto const& [call, outcome, traced] : kRows) {
-    for (MD5 const* with : {&digest, static_cast<MD5 const*>(nullptr)}) {
-      SCOPED_TRACE(call);
-      for (auto const& name : scratch.names()) std::filesystem::remove(scratch.path(name));
-      scratch.write("main.o.other", "");
-      TraceCapture capture({TraceFlag::vkt, TraceFlag::error});
-      errno = ENOENT;  // which a short write does not touch
-      FaultPlan const plan({call}, 1, EIO, outcome);
-      add("data", file, with);
-      EXPECT_EQ(openFlags, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
-      EXPECT_EQ(openDescriptors(), descriptors);
-      bool const good = traced == nullptr;
-      EXPECT_EQ(testing::PrintToString(capture.lines()),
-                good ? "{}" : "{ \"addFile VKT " + std::string(traced) + "\" }");
-      bool const othersStay = with != nullptr || good || plan.call() == "open";
-      EXPECT_EQ(scratch.names().count("main.o.other"), othersStay ? 1U : 0U);
-      EXPECT_EQ(scratch.names().size(), (good ? 1U : 0U) + (othersStay ? 1U : 0U));
-    }
-  }
 }
 
 struct Overriding : TestCache {

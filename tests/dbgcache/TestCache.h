@@ -8,7 +8,7 @@
 #include "cul/dbgcache/DbgCacheUnix.h"
 #include "quonutil/settings/DebuggerParameters.h"
 #include "quonutil/settings/DebuggerSettings.h"
-#include "tests/support/FaultPlan.h"
+#include "tests/support/CallFronts.h"
 #include "tests/support/Scratch.h"
 #include "tests/support/TraceCapture.h"
 

@@ -236,34 +236,4 @@ TEST_F(Dispatcher, WhatAnEventThrowsComesOutOfTheLoop) {
   EXPECT_EQ(dispatcher.drained(), "a");
 }
 
-TEST_F(Dispatcher, WithoutMemoryNothingIsPosted) {
-  for (bool timers : {false, true}) {
-    TestDispatcher full(1);
-    for (bool posted = true; posted;) {  // until the queue has to grow
-      std::unique_ptr<CUL_Event> event = std::make_unique<Event>(nullptr, nullptr);
-      if (timers) event = std::make_unique<Timer>(nullptr, nullptr, 100UL);
-      unsigned int const before = full.queued();
-      failingAllocation = 1;
-      try {
-        full.post(*event, 0);
-      } catch (std::bad_alloc const&) {
-        posted = false;
-        EXPECT_EQ(full.queued(), before);
-        EXPECT_TRUE(full.post(*event, 0));
-      }
-      failingAllocation = 0;
-      event.release();
-    }
-  }
-  failingAllocation = 1;
-  EXPECT_THROW(dispatcher.destroy(), std::bad_alloc);
-  dispatcher.plain('a', 0);
-  EXPECT_EQ(dispatcher.drained(), "a");
-  for (unsigned int nth = 1; nth < 12; ++nth) {
-    failingAllocation = nth;
-    EXPECT_THROW(EventDispatcherBase(4), std::bad_alloc) << nth;
-  }
-  failingAllocation = 0;
-}
-
 }  // namespace

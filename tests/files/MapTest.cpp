@@ -3,11 +3,9 @@
 #include <csignal>
 #include <cstring>
 #include <limits>
-#include <new>
 
 #include "cul/files/UNIX_MemoryMap.h"
 #include "tests/files/TestFile.h"
-#include "tests/support/Allocations.h"
 
 namespace {
 
@@ -92,21 +90,6 @@ TEST_F(Map, WhatTheModelCannotHoldIsRefusedBeforeAnyMapping) {
   ASSERT_TRUE(folder.open());
   EXPECT_EQ(folder.createMemoryMap(0, 10), nullptr);
   EXPECT_EQ(folder.maps(), 0U);
-}
-
-TEST_F(Map, WithoutMemoryNothingStaysMapped) {
-  for (unsigned int nth = 1;; ++nth) {
-    failingAllocation = nth;
-    try {
-      map(0, 10);
-      failingAllocation = 0;
-      EXPECT_GT(nth, 2U);
-      break;
-    } catch (std::bad_alloc const&) {
-      EXPECT_EQ(file.maps(), 0U);
-    }
-  }
-  EXPECT_EQ(file.maps(), 1U);
 }
 
 TEST_F(Map, BehindTheEndOfAFileThatShrankIsNothing) {

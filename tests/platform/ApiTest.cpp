@@ -2,13 +2,11 @@
 
 #include <cerrno>
 #include <climits>
-#include <tuple>
 
 #include "cul/platform/LINUX_Api.h"
 #include "cul/platform/UNIX_ApiFailure.h"
 #include "quonutil/collections/AutoList.h"
 #include "quonutil/text/EBCDICtableStore.h"
-#include "tests/support/FaultPlan.h"
 #include "tests/support/Scratch.h"
 #include "tests/support/TraceCapture.h"
 
@@ -141,47 +139,13 @@ TEST(Wrapper, StatusesAndWhatTheySetOnFailure) {
   EXPECT_EQ(size, 4);
 }
 
-TEST(Wrapper, WriteGivesTheCountAndThrowsTheErrorUntraced) {
-  TraceCapture capture({TraceFlag::error, TraceFlag::detail});
-  int ends[2];
-  ASSERT_EQ(::pipe2(ends, O_NONBLOCK), 0);
-  EXPECT_EQ(CUL_Api::write(ends[1], "", 0), 0);
-  std::string const much(1 << 20, 'x');
-  int const count = CUL_Api::write(ends[1], much.data(), 1 << 20);  // a pipe takes less
-  EXPECT_TRUE(count > 0 && count < 1 << 20);
-  try {
-    CUL_Api::write(ends[0], "x", 1);
-    FAIL();
-  } catch (UNIX_ApiFailure const& failure) {
-    EXPECT_EQ(failure.failType, CUL_ApiFailure::kErrno);
-    EXPECT_EQ(failure.rc, static_cast<unsigned int>(EBADF));
-    EXPECT_EQ(bytesOf(failure.reason), UNIX_ApiFailure::failureText(EBADF));
-  }
-  EXPECT_TRUE(capture.lines().empty());
-}
-
-TEST(Wrapper, ReadsAWholeFileOrFillsItWithBlanks) {
+TEST(Wrapper, RefusesAFileThat32BitsCannotMeasure) {
   Scratch const scratch;
-  timespec const times[] = {{1, 0}, {1234567, 999999999}};
-  ASSERT_EQ(::utimensat(AT_FDCWD, scratch.write("file", "data").c_str(), times, 0), 0);
   ASSERT_EQ(::truncate(scratch.write("huge", "").c_str(), 1L << 32), 0);
-  unsigned int const descriptors = openDescriptors();
-  auto const outcome = [&](char const* name, char const* call, FaultPlan::Outcome way) {
-    ByteString content("old", 3);
-    TimeDateStamp stamp(5);
-    FaultPlan const plan({call}, 1, EIO, way);
-    errno = 0;
-    int const status = CUL_Api::read(fileName(scratch.path(name)), content, stamp, nullptr);
-    int const error = errno;
-    EXPECT_EQ(openDescriptors(), descriptors);
-    return std::tuple(status, error, stamp.seconds(), bytesOf(content));
-  };
-  EXPECT_EQ(outcome("file", "", FaultPlan::kFails), std::tuple(0, 0, 1234567, "data"));
-  EXPECT_EQ(outcome("missing", "", FaultPlan::kFails), std::tuple(1, ENOENT, 5, "old"));
-  EXPECT_EQ(outcome("huge", "close", FaultPlan::kFailsAfter), std::tuple(1, 0, 5, "old"));
-  EXPECT_EQ(outcome("file", "fstat", FaultPlan::kFails), std::tuple(1, EIO, 5, "old"));
-  EXPECT_EQ(outcome("file", "read", FaultPlan::kFails), std::tuple(1, EIO, 5, "    "));
-  EXPECT_EQ(outcome("file", "read", FaultPlan::kOneShort), std::tuple(1, 0, 5, "dat "));
+  ByteString content("old", 3);
+  TimeDateStamp stamp(5);
+  EXPECT_EQ(CUL_Api::read(fileName(scratch.path("huge")), content, stamp, nullptr), 1);
+  EXPECT_EQ(bytesOf(content) + std::to_string(stamp.seconds()), "old5");
 }
 
 TEST(Wrapper, EnvironmentAndLookup) {
@@ -196,32 +160,6 @@ TEST(Wrapper, EnvironmentAndLookup) {
   EXPECT_EQ(CUL_Api::findFile(fileName("passwd"), text("/nowhere"), found), 1);
   EXPECT_TRUE(found.isEmpty());
   EXPECT_EQ(CUL_Api::findFile(fileName("passwd"), text("/etc"), found), 0);
-}
-
-// What rationalize makes of "./../a.c" in the directory there, and what getcwd throws.
-std::string workingDirectory() {
-  FileName name = fileName("./../a.c");
-  UNIX_Api::rationalize(name);
-  try {
-    return bytesOf(name) + " " + std::to_string(UNIX_Api::getcwd().encoding());
-  } catch (UNIX_ApiFailure const& caught) {
-    return bytesOf(name) + " " + std::to_string(caught.rc);
-  }
-}
-
-TEST(Wrapper, AWorkingDirectoryThatIsThereTooLongOrGone) {
-  Scratch const scratch;
-  std::filesystem::current_path(scratch.path());
-  EXPECT_EQ(workingDirectory(), (std::filesystem::temp_directory_path() / "a.c").string() + " 0");
-  std::string const part(200, 'd');
-  for (int depth = 0; depth < 21; ++depth) {
-    ASSERT_EQ(::mkdir(part.c_str(), 0700) + ::chdir(part.c_str()), 0);
-  }
-  EXPECT_EQ(workingDirectory(), "./../a.c " + std::to_string(ERANGE));
-  std::filesystem::create_directory(scratch.path("gone"));
-  std::filesystem::current_path(scratch.path("gone"));
-  std::filesystem::remove(scratch.path("gone"));
-  EXPECT_EQ(workingDirectory(), "./../a.c " + std::to_string(ENOENT));
 }
 
 }  // namespace

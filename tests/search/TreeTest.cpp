@@ -88,18 +88,4 @@ TEST_F(Tree, LongNamesDeepTreesAndNoDescriptorLeft) {
   std::filesystem::current_path("/");
 }
 
-TEST_F(Tree, AnUnreadableDirectoryIsPassedOver) {
-  create_directories(scratch.path("a"));
-  create_directories(scratch.path("b"));
-  scratch.write("a/f", "");
-  scratch.write("b/f", "");
-  ::chmod(scratch.path().c_str(), 0755);
-  ::chmod(scratch.path("a").c_str(), 0);
-  EXPECT_EQ(inChild([&] {
-              if (::setuid(54321) != 0) return 1;
-              return in("f") == "b/f" ? 0 : 2;
-            }),
-            0);
-}
-
 }  // namespace

@@ -4,11 +4,9 @@
 #include <new>
 
 thread_local unsigned int allocations = 0;
-thread_local unsigned int failingAllocation = 0;
 
 void* operator new(std::size_t bytes) {
   ++allocations;
-  if (failingAllocation != 0 && --failingAllocation == 0) throw std::bad_alloc();
   if (void* const block = std::malloc(bytes)) return block;
   throw std::bad_alloc();
 }
