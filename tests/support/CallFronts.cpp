@@ -6,6 +6,7 @@
 #include <pwd.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -147,7 +148,10 @@ dirent* readdir(DIR* stream) {
   return entry;
 }
 
-void* mmap(void* at, size_t length, int protection, int flags, int fd, off_t offset) noexcept {
+// The thread sanitizer maps memory while it starts, when it cannot look at anybody yet.
+#define CUL_UNSANITIZED __attribute__((no_sanitize("thread")))
+
+static void* watchedMmap(void* at, size_t length, int protection, int flags, int fd, off_t offset) {
   static auto* const own = libraryOwn<decltype(::mmap)>("mmap");
   void* const address = guarded({"mmap", nullptr, length}, [=](Fate const&) -> void* {
     void* const made = own(at, length, protection, flags, fd, offset);
@@ -155,8 +159,22 @@ void* mmap(void* at, size_t length, int protection, int flags, int fd, off_t off
   });
   return address == nullptr ? MAP_FAILED : address;
 }
-CUL_FRONT(int, munmap, (void* address, size_t length) noexcept, own(address, length), nullptr,
-          length)
+CUL_UNSANITIZED void* mmap(void* at, size_t length, int protection, int flags, int fd,
+                           off_t offset) noexcept {
+  if (CallWatch::current != nullptr) {
+    return watchedMmap(at, length, protection, flags, fd, offset);
+  }
+  return reinterpret_cast<void*>(::syscall(SYS_mmap, at, length, protection, flags, fd, offset));
+}
+
+static int watchedMunmap(void* address, size_t length) {
+  static auto* const own = libraryOwn<decltype(::munmap)>("munmap");
+  return guarded({"munmap", nullptr, length}, [=](Fate const&) { return own(address, length); });
+}
+CUL_UNSANITIZED int munmap(void* address, size_t length) noexcept {
+  if (CallWatch::current != nullptr) return watchedMunmap(address, length);
+  return static_cast<int>(::syscall(SYS_munmap, address, length));
+}
 
 // Odd: a clock that cannot be read.
 time_t time(time_t* out) noexcept {
