@@ -9,22 +9,20 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Pair;
-using testing::UnorderedElementsAre;
 
 constexpr unsigned long kHalfAnHour = 1'800'000'000;
 
-// Keeps when, and with how many hours, the timers have it remove.
+// Keeps with how many hours the timers have it remove.
 class WatchedCache : public TestCache {
  public:
   using TestCache::remove;
   void remove(unsigned int hours) override {
-    removals.emplace_back(ThreadFronts::clock - kHalfAnHour, hours);
+    removals.push_back(hours);
     if (onRemove) onRemove();
     TestCache::remove(hours);
   }
 
-  std::vector<std::pair<unsigned long, unsigned int>> removals;
+  std::vector<unsigned int> removals;
   std::function<void()> onRemove;
 };
 
@@ -64,26 +62,6 @@ TEST_F(Removal, TheLimitIsExactAndWraps) {
   }
 }
 
-TEST_F(Removal, LinksAreJudgedByWhatTheyPointToAndDirectoriesStay) {
-  TestCache cache;
-  Scratch const outside;
-  std::filesystem::create_directory(scratch.path("dir"));
-  age(scratch.path("dir"), 7200);
-  age(outside.write("old", ""), 7200);
-  age(scratch.write("new", ""), 3600);
-  std::filesystem::create_symlink(outside.path("old"), scratch.path("link-old"));
-  std::filesystem::create_symlink("/no/where", scratch.path("link-none"));
-  TraceCapture capture({TraceFlag::detail, TraceFlag::error});
-  cache.remove(1U);
-  EXPECT_THAT(capture.lines(),
-              UnorderedElementsAre("remove ** Removing files in cache directory " + scratch.path() +
-                                       "/ older than 1 hours",
-                                   "remove ERROR Cannot stat file link-none in cache (errno = 2)",
-                                   "remove ** File link-old removed from cache"));
-  EXPECT_THAT(scratch.names(), ElementsAre("dir", "link-none", "new"));
-  EXPECT_THAT(outside.names(), ElementsAre("old"));
-}
-
 TEST_F(Removal, AtTheStartByAllHoursOrAllAndThenBySixteenBitsOfTheHours) {
   for (auto [name, hours] : {std::pair{"older", 65536 + 48}, {"middle", 48}, {"young", 47}}) {
     age(scratch.write(name, ""), hours * 3600L + 1);
@@ -102,9 +80,8 @@ TEST_F(Removal, AtTheStartByAllHoursOrAllAndThenBySixteenBitsOfTheHours) {
   dispatch(3);
   EXPECT_THAT(scratch.names(), ElementsAre("young"));
   EXPECT_THAT(other.names(), ElementsAre("file"));
-  // Due after 30 minutes, and again 2,147,483,647 microseconds later, seen at the next half hour.
-  EXPECT_THAT(cache.removals, ElementsAre(Pair(kHalfAnHour, 48U), Pair(3 * kHalfAnHour, 48U)));
-  EXPECT_THAT(flushed.removals, ElementsAre(Pair(kHalfAnHour, 24U), Pair(3 * kHalfAnHour, 24U)));
+  EXPECT_THAT(cache.removals, ElementsAre(48U, 48U));
+  EXPECT_THAT(flushed.removals, ElementsAre(24U, 24U));
 }
 
 TEST_F(Removal, TheChainGoesOnBehindAFailureAndEndsWithTheDispatcher) {
@@ -115,7 +92,6 @@ TEST_F(Removal, TheChainGoesOnBehindAFailureAndEndsWithTheDispatcher) {
   dispatch(3);
   EXPECT_EQ(cache.removals.size(), 2U);
   WatchedCache const late;  // has nobody to give its timer to
-  EXPECT_EQ(bytesOf(late.cacheDirectory), scratch.path() + "/");
 }
 
 }  // namespace

@@ -46,12 +46,12 @@ class TestDispatcher : public EventDispatcherBase {
   using EventDispatcherBase::EventDispatcherBase;
 
   CUL_Event* plain(char name, unsigned char priority) {
-    auto* const event = new Event(says(name), ends(name));
-    post(*event, priority);
-    return event;
+    return posted(new Event(says(name), ends(name)), priority);
   }
-  CUL_Timer_Event* timer(char name, unsigned char priority, unsigned long delay) {
-    auto* const event = new Timer(says(name), ends(name), delay);
+  CUL_Event* timer(char name, unsigned char priority, unsigned long delay) {
+    return posted(new Timer(says(name), ends(name), delay), priority);
+  }
+  CUL_Event* posted(CUL_Event* event, unsigned char priority) {
     post(*event, priority);
     return event;
   }

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <cstring>
 #include <limits>
 
 #include "cul/files/UNIX_MemoryMap.h"
@@ -80,27 +78,11 @@ TEST_F(Map, WhatTheModelCannotHoldIsRefusedBeforeAnyMapping) {
                            {kMost, kMost}, {4096, kMost}};
   for (auto const& row : kRows) EXPECT_EQ(map(row.offset, row.length), nullptr) << row.offset;
   EXPECT_EQ(file.maps(), 0U);
-  EXPECT_NE(map(4095, kLong - 4095),
-            nullptr);  // just fits; behind the end there is nothing to read
-  EXPECT_NE(map((1L << 32) + 5, 3), nullptr);
+  EXPECT_NE(map(4095, kLong - 4095), nullptr);  // just fits
+  EXPECT_NE(map((1L << 32) + 5, 3), nullptr);   // behind the end there is nothing to read
   TestFile closed(scratch.path("pages"));
   EXPECT_EQ(closed.createMemoryMap(0, 10), nullptr);
   EXPECT_EQ(closed.removeMemoryMap(nullptr), 0);
-  TestFile folder(scratch.path());
-  ASSERT_TRUE(folder.open());
-  EXPECT_EQ(folder.createMemoryMap(0, 10), nullptr);
-  EXPECT_EQ(folder.maps(), 0U);
-}
-
-TEST_F(Map, BehindTheEndOfAFileThatShrankIsNothing) {
-  char const* const address = map(0, 8192);
-  ASSERT_EQ(::truncate(file.data(), 4000), 0);
-  EXPECT_EQ(std::string(address, 4000), content.substr(0, 4000));
-  EXPECT_EQ(inChild([address] {
-              std::signal(SIGBUS, [](int) { ::_exit(7); });
-              return static_cast<int>(*const_cast<char const volatile*>(address + 4096)) & 0;
-            }),
-            7);
 }
 
 }  // namespace

@@ -12,31 +12,25 @@ TEST(CoverageFilter, SelectsByPatternInclusionAndCoverage) {
   EncodedString const patterns[] = {text("lib*.so"), text("a\\b"), text("d/*")};
   List<EncodedString const*> none, some;
   for (auto const& pattern : patterns) some.append(&pattern);
-  auto const selects = [&](int inclusion, int coverage, char const* module,
-                           List<EncodedString const*> const& modules) {
+  auto const filter = [&](int inclusion, int coverage, List<EncodedString const*> const& modules) {
     return Filter(files, modules, static_cast<Filter::InclusionType>(inclusion),
                   static_cast<Filter::CoverageType>(coverage), Filter::kOnTheFlyDefault,
-                  Filter::kViewDefault)
-        .testModule(text(module));
+                  Filter::kViewDefault);
   };
-  struct Row {
-    char const* module;
-    bool matches;
-  };
-  constexpr Row kRows[] = {{"libfoo.so", true},  {"sub/libfoo.so", false},
-                           {"LIBfoo.so", false}, {"a\\b", true},
-                           {"ab", false},        {"d/e", true},
-                           {"d/e/f", false},     {"", false}};
-  for (auto const& row : kRows) {
+  constexpr std::pair<char const*, bool> kRows[] = {{"libfoo.so", true},  {"sub/libfoo.so", false},
+                                                    {"LIBfoo.so", false}, {"a\\b", true},
+                                                    {"ab", false},        {"d/e", true},
+                                                    {"d/e/f", false},     {"", false}};
+  for (auto const& [name, matches] : kRows) {
+    EncodedString const module = text(name);
     for (int inclusion : {0, 1, 2, 99}) {
-      EXPECT_EQ(selects(inclusion, 5, row.module, some), row.matches == (inclusion == 1));
-      EXPECT_TRUE(selects(inclusion, 5, row.module, none));
-      EXPECT_FALSE(selects(inclusion, 0, row.module, some));
+      EXPECT_EQ(filter(inclusion, 5, some).testModule(module), matches == (inclusion == 1));
+      EXPECT_TRUE(filter(inclusion, 5, none).testModule(module));
+      EXPECT_FALSE(filter(inclusion, 0, some).testModule(module));
     }
-    EXPECT_FALSE(Filter(files, some).testModule(text(row.module)));
-    EXPECT_FALSE(Filter::nullFilter()->testModule(text(row.module)));
+    EXPECT_FALSE(Filter(files, some).testModule(module));
+    EXPECT_FALSE(Filter::nullFilter()->testModule(module));
   }
-  EXPECT_EQ(Filter::nullFilter(), Filter::nullFilter());
 }
 
 }  // namespace

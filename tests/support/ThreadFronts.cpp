@@ -2,16 +2,12 @@
 
 #include <dlfcn.h>
 
-#include <cstring>
-
 #include "quonutil/threads/ElapsedTime.h"
 #include "quonutil/threads/StdThread.h"
 #include "quonutil/threads/UNIX_Critical_Section.h"
 #include "quonutil/threads/UNIX_Event_Semaphore.h"
 
 namespace {
-
-thread_local char const* labels[8];  // of the locks that this thread holds
 
 // The library's own, which stands behind. A member function takes its object first.
 template <class Function>
@@ -23,9 +19,8 @@ Function* libraryOwn(char const* mangled) {
 
 void ThreadFronts::clear() {
   clock = 0;
-  waitsForever = false;
   onWait = nullptr;
-  onRequest = afterRelease = nullptr;
+  onRequest = nullptr;
   onYield = nullptr;
 }
 
@@ -47,23 +42,13 @@ void UNIX_Critical_Section::request(char const* label, unsigned int line) noexce
   if (ThreadFronts::onRequest) ThreadFronts::onRequest(label);
   static auto* const own = libraryOwn<LockOperation>("_ZN21UNIX_Critical_Section7requestEPKcj");
   own(this, label, line);
-  labels[ThreadFronts::held++] = label;
+  ++ThreadFronts::held;
 }
 
 void UNIX_Critical_Section::release(char const* label, unsigned int line) noexcept {
   static auto* const own = libraryOwn<LockOperation>("_ZN21UNIX_Critical_Section7releaseEPKcj");
-  if (line == 0 || std::strcmp(label, labels[--ThreadFronts::held]) != 0) {
-    ++ThreadFronts::mismatches;
-  }
+  --ThreadFronts::held;
   own(this, label, line);
-  if (ThreadFronts::afterRelease) ThreadFronts::afterRelease(label);
-}
-
-void UNIX_Event_Semaphore::post() noexcept {
-  static auto* const own =
-      libraryOwn<void(UNIX_Event_Semaphore*)>("_ZN20UNIX_Event_Semaphore4postEv");
-  ++ThreadFronts::posts;
-  own(this);
 }
 
 bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale scale, bool close) noexcept {
@@ -74,6 +59,5 @@ bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale scale, bool cl
   using Wait = bool(UNIX_Event_Semaphore*, unsigned long, WaitTimeScale, bool);
   static auto* const own =
       libraryOwn<Wait>("_ZN20UNIX_Event_Semaphore4waitEmN19CUL_Event_Semaphore13WaitTimeScaleEb");
-  constexpr unsigned long kForever = 3'600'000;
-  return own(this, ThreadFronts::waitsForever ? kForever : time, scale, close);
+  return own(this, time, scale, close);
 }

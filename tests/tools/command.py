@@ -3,33 +3,13 @@
 import json
 import os
 import pathlib
-import pty
 import re
-import subprocess
 import unittest
 
 from tool import ROOT, TOOL, ToolTest
 
 
 class Command(ToolTest):
-    def on_terminal(self, *words, **variables):
-        """What a terminal gets."""
-        master, terminal = pty.openpty()
-        environment = {**self.environment, **variables}
-        subprocess.run([TOOL, *words], env=environment, stdout=terminal, cwd=self.scratch)
-        os.close(terminal)
-        shown = os.read(master, 100_000)
-        os.close(master)
-        return shown
-
-    def commands(self):
-        """Each command, with its options as its help has them."""
-        names = re.findall(r"^  (\S+(?: \S+)?)  ", self.cul("--help").decode(), re.M)
-        self.assertGreater(len(names), 10)
-        for name in names:
-            told = self.cul(*name.split(), "--help").decode()
-            yield name, re.findall(r"^  (--\S+)", told, re.M)
-
     def test_wrong_command_lines_are_refused(self):
         rows = [
             ([], "which command?"), (["fnid"], "no command fnid"), (["-x"], "no command -x"),
@@ -55,14 +35,16 @@ class Command(ToolTest):
         documented = {"--" + name for name in re.findall(r"Fl -([a-z][a-z-]+)", manual)}
         script = """. "$1/tools/cul.bash-completion"; shift
                     COMP_WORDS=(cul $1 -) COMP_CWORD=$2; _cul; echo "${COMPREPLY[@]}" """
-        for name, options in self.commands():
+        names = re.findall(r"^  (\S+(?: \S+)?)  ", self.cul("--help").decode(), re.M)
+        self.assertGreater(len(names), 10)
+        for name in names:
             words = name.split()
+            options = re.findall(r"^  (--\S+)", self.cul(*words, "--help").decode(), re.M)
             for word in words:
                 self.assertRegex(manual, rf"Cm .*\b{word}\b", name)
             self.assertLessEqual(set(options), documented, name)
-            where = ["bash", "-c", script, "bash", ROOT, name, str(len(words) + 1)]
-            completed = subprocess.run(where, capture_output=True, text=True)
-            self.assertEqual(completed.stdout.split(), [*options, "--help"], (name, completed))
+            completed = self.program("bash", "-c", script, "bash", ROOT, name, str(len(words) + 1))
+            self.assertEqual(completed.split(), [*options, "--help"], name)
 
     def test_a_full_disk_is_a_failure(self):
         with open("/dev/full", "w") as full:
@@ -77,25 +59,18 @@ class Command(ToolTest):
             self.assertNotIn(b"\x1b", self.on_terminal(*words, **plain))
         self.assertNotIn(b"\x1b", self.cul(*words))
         self.assertEqual(self.on_terminal("split", "a\x1b[2J\xe9"), b"a\\x1B[2J\xc3\xa9\r\n")
-        self.assertEqual(self.cul("split", "a\x1b[2J"), b"a\x1b[2J\n")
-
-    def test_words(self):
-        rows = [('a  "b c"d e\\ f', ["a", "b cd", "e f"]), ('""', []), ("", []), ("\\", []),
-                ('"open end', ["open end"]), ("a\tb\nc", ["a", "b\nc"])]  # fmt: skip
-        for text, expected in rows:
-            self.assertEqual([w["word"] for w in self.json("split", text)["words"]], expected)
+        self.assertEqual(self.cul("split", 'a\x1b[2J "b c"'), b"a\x1b[2J\nb c\n")
 
     def test_the_environment_is_the_processs_own(self):
-        odd = {"ODD": "a=b \xe9\n", "EMPTY": "", "RAW": os.fsdecode(b"\xff")}
-        self.environment.update(odd)
-        seen = subprocess.run(["env", "-0"], env=self.environment, capture_output=True).stdout
+        self.environment.update(ODD="a=b \xe9\n", EMPTY="", RAW=os.fsdecode(b"\xff"))
+        seen = self.program("env", "-0", text=False)
         told = self.json("env")["variables"]
         text = b"".join(os.fsencode(v["name"] + "=" + v["value"]) + b"\0" for v in told)
         self.assertEqual(text, seen)
         self.write("zeros", seen)
-        self.assertEqual(self.json("env", "zeros")["variables"], told)
         self.write("lines", seen.replace(b"\0", b"\n"))
-        self.assertEqual(self.json("env", "lines")["variables"], told)
+        for name in ("zeros", "lines"):
+            self.assertEqual(self.json("env", name)["variables"], told)
         own = self.json("env", f"/proc/{os.getpid()}/environ")["variables"]
         self.assertIn({"name": "CUL_TOOL", "value": TOOL}, own)
 
@@ -112,7 +87,7 @@ class Command(ToolTest):
 
     def test_the_version_names_the_libraries_in_use(self):
         told = self.json("version")
-        loaded = subprocess.run(["ldd", TOOL], capture_output=True, text=True).stdout
+        loaded = self.program("ldd", TOOL)
         for name in ("cul", "quonutil"):
             self.assertRegex(loaded, rf"lib{name}\.so\S* => {re.escape(told[name])} ")
         release = pathlib.Path("/proc/version").read_text()

@@ -1,12 +1,9 @@
-"""What `cul find` explains, held against the loader and against what stands on the disk."""
+"""What `cul find` explains, held against what stands on the disk."""
 
 import os
-import re
-import shutil
-import subprocess
 import unittest
 
-from tool import TOOL, ToolTest
+from tool import ToolTest
 
 
 class Find(ToolTest):
@@ -75,35 +72,6 @@ class Find(ToolTest):
         _, places = self.explained(*words, "--current", ".")
         self.assertNotIn("working directory", [place[0] for place in places])
         self.explained("source", "no/file/", "--path", "t1", status=1)
-
-    def test_the_system_agrees_about_its_libraries(self):
-        listing = subprocess.run(["/sbin/ldconfig", "-p"], capture_output=True, text=True).stdout
-        known = {}
-        for name, kind, path in re.findall(r"^\t(\S+) \(([^)]*)\) => (\S+)$", listing, re.M):
-            if "x86-64" in kind and "hwcap" not in kind:
-                known.setdefault(name, path)
-        path = ":".join(dict.fromkeys(os.path.dirname(each) for each in known.values()))
-        self.assertGreater(len(known), 5)
-        for name in sorted(known)[:: max(1, len(known) // 40)]:
-            found = self.json("find", "module", name, "--path", path)["real"]
-            self.assertEqual(found, os.path.realpath(known[name]), name)
-
-    def test_the_loader_tries_the_same_files(self):
-        """The loader's own list of tries, as it starts the command itself."""
-        library = "libstdc++.so.6"
-        system = self.json("find", "module", library, "--path", "/usr/lib/x86_64-linux-gnu")["real"]
-        self.write("a/other")
-        for folder in ("b", "c"):
-            (self.scratch / folder).mkdir()
-            shutil.copy(system, self.scratch / folder / library)
-        path = ":".join(str(self.scratch / folder) for folder in "abc")
-        loader = dict(self.environment, LD_LIBRARY_PATH=path, LD_DEBUG="libs")
-        done = subprocess.run([TOOL, "version"], env=loader, capture_output=True)
-        tried = re.findall(rf"trying file=(\S+/{re.escape(library)})$", done.stderr.decode(), re.M)
-        tried = [each for each in tried if os.path.dirname(each) in path.split(":")]
-        told, places = self.explained("module", library, "--path", path)
-        upto = [directory + "/" + library for _, directory, _, _ in places]
-        self.assertEqual(tried, upto[: upto.index(told["found"]) + 1])
 
     def test_names_of_any_bytes_come_out_whole(self):
         name = b"odd \xff\n\x1b[31m\xc2\x9b\"\\"

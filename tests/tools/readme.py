@@ -9,7 +9,6 @@ import unittest
 from tool import ROOT, TOOL, ToolTest
 
 HOUR = 3600
-MESSAGES = {"english": ["1 %1 is not in %2", "2 no memory"], "german": ["1 %1 ist nicht da"]}
 
 
 class Readme(ToolTest):
@@ -22,9 +21,8 @@ class Readme(ToolTest):
             self.write(name, mode=0o755)
         self.store("libc.so.6.debug", bytes(4_200_000), 3)
         self.store("libm.so.6.debug", bytes(910_000), 75)
-        for name, lines in MESSAGES.items():
-            self.write(name + ".msg", "\n".join(["$set 1", *lines, ""]).encode())
-            subprocess.run(["gencat", "-o", name, name + ".msg"], cwd=self.scratch, check=True)
+        self.catalog("english", "1 %1 is not in %2", "2 no memory")
+        self.catalog("german", "1 %1 ist nicht da")
         self.write("here", b"LANG=C\0PATH=/bin\0")
         self.write("there", b"PATH=/usr/bin:/bin\0LD_LIBRARY_PATH=/opt/lib\0")
 

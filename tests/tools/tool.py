@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import pty
 import shutil
 import subprocess
 import tempfile
@@ -24,9 +25,23 @@ class ToolTest(unittest.TestCase):
 
     def run_tool(self, *words, **more):
         """Runs `cul` in the scratch directory and returns how it ended and what it wrote."""
-        more = {"cwd": self.scratch, "env": self.environment, **more}
-        more.setdefault("stdout", subprocess.PIPE)
-        return subprocess.run([TOOL, *words], stderr=subprocess.PIPE, timeout=120, **more)
+        usual = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "cwd": self.scratch}
+        usual["env"] = self.environment
+        return subprocess.run([TOOL, *words], timeout=120, **{**usual, **more})
+
+    def program(self, *words, **more):
+        """What another program writes in the scratch directory, which has to end well."""
+        more = {"cwd": self.scratch, "env": self.environment, "text": True, **more}
+        return subprocess.run(words, check=True, stdout=subprocess.PIPE, **more).stdout
+
+    def on_terminal(self, *words, to="stdout", **variables):
+        """What a terminal gets that is its standard output, or its standard error."""
+        master, terminal = pty.openpty()
+        self.run_tool(*words, **{to: terminal}, env={**self.environment, **variables})
+        os.close(terminal)
+        shown = os.read(master, 100_000)
+        os.close(master)
+        return shown
 
     def cul(self, *words, status=0, **more):
         """The same for a given end; returns the bytes of standard output."""
@@ -46,6 +61,14 @@ class ToolTest(unittest.TestCase):
 
     def json(self, *words, status=0, **more):
         return json.loads(self.cul(*words, "--json", status=status, **more))
+
+    def catalog(self, name, *lines):
+        """A compiled message catalog."""
+        text = "\n".join(["$ codeset=UTF-8", "$set 1", *lines, ""])
+        self.write(name + ".msg", text.encode())
+        environment = dict(self.environment, LC_ALL="C.UTF-8")
+        self.program("gencat", "--new", "-o", name, name + ".msg", env=environment)
+        return name
 
     def write(self, name, content=b"", mode=0o644):
         """Makes a file with its directories below the scratch directory."""

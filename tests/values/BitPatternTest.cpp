@@ -46,14 +46,9 @@ TEST(BitPattern, IsGmpsNumberForEverySizeDigitCountAndFirstDigit) {
   }
 }
 
-TEST(BitPattern, EveryOtherCharacterIsRefusedWhereverItStands) {
-  for (int i = 0; i < 255 * 37; ++i) {
-    std::string bad(37, '7');
-    bad[static_cast<unsigned int>(i) % 37] = static_cast<char>(i / 37 + 1);
-    bool const good = i / 37 + 1 == ' ' || std::isxdigit(i / 37 + 1) != 0;
-    ASSERT_EQ(Bit_Pattern(160, bad.c_str()).bits(), good ? 160U : 0U) << bad;
-  }
-  for (char const* bad : {" 0x10", "0x0x10", "0 x10", "\t1", "0x-1", "x1"}) {
+TEST(BitPattern, WhatIsNoNumberIsNoPattern) {
+  for (char const* bad :
+       {" 0x10", "0x0x10", "0 x10", "\t1", "0x-1", "x1", "1G", "1/", "1:", "1`"}) {
     EXPECT_TRUE(Bit_Pattern(64, bad).bits() == 0 && Bit_Pattern(64, bad).is_zero()) << bad;
   }
 }

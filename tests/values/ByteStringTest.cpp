@@ -43,17 +43,14 @@ TEST(ByteString, GrowsExactlyAndLeavesWhatItBorrowed) {
 }
 
 TEST(ByteString, ShowsSixteenBytesByFours) {
-  char const* const kExpected[] = {"",
-                                   "1f  \".\"",
-                                   "1f20  \". \"",
-                                   "1f207f  \". \x7F\"",
-                                   "1f207f80   \". \x7F.\"",
-                                   "1f207f80 00  \". \x7F..\""};
-  for (unsigned int n = 0; n < 6; ++n) {
-    EXPECT_EQ(bytesOf(Byte_String("\x1F \x7F\x80\0", n).diagFormat()), kExpected[n]);
-  }
-  EXPECT_EQ(bytesOf(Byte_String(20U, 'A').diagFormat()),
-            "41414141 41414141 41414141 41414141   \"AAAAAAAAAAAAAAAA\"");
+  auto const shown = [](unsigned int count) {
+    return bytesOf(Byte_String("\x1F \x7F\x80\0ABCDEFGHIJKLMNO", count).diagFormat());
+  };
+  EXPECT_EQ(shown(0), "");
+  EXPECT_EQ(shown(1), "1f  \".\"");
+  EXPECT_EQ(shown(4), "1f207f80   \". \x7F.\"");
+  EXPECT_EQ(shown(5), "1f207f80 00  \". \x7F..\"");
+  EXPECT_EQ(shown(20), "1f207f80 00414243 44454647 48494a4b   \". \x7F..ABCDEFGHIJK\"");
 }
 
 }  // namespace
