@@ -1,5 +1,6 @@
 #include "cul/files/CUL_File.h"
 
+#include <cerrno>
 #include <limits>
 #include <utility>
 
@@ -14,7 +15,9 @@ class CUL_File::Opened {
   Opened(Opened const&) = delete;
   Opened& operator=(Opened const&) = delete;
   ~Opened() {
+    int const error = errno;  // of what failed while it was open
     if (wasClosed_ && file_.fd != -1) file_.close();
+    errno = error;
   }
 
  private:

@@ -62,12 +62,22 @@ int guardedError(char const* name, Make make) {
   return result == 0 ? 0 : std::exchange(errno, errorBefore);
 }
 
-mode_t modeOf(int flags, std::va_list values) {
-  return (flags & O_CREAT) != 0 ? va_arg(values, mode_t) : 0;
+// As its caller's own list of arguments begins behind `flags`.
+int opened(char const* name, int folder, char const* path, int flags, std::va_list more) {
+  static auto* const own = libraryOwn<decltype(::openat)>("openat");
+  mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(more, mode_t) : 0;
+  return guarded({name, path, 0, flags},
+                 [=](Fate const&) { return own(folder, path, flags, mode); });
 }
 
 std::size_t cut(std::size_t size, Fate const& fate) {
   return fate.way == Fate::kMoves ? fate.bytes : size;
+}
+
+// Odd: a byte longer than it is.
+int longer(int result, struct stat* state, Fate const& fate) {
+  state->st_size += fate.way == Fate::kOdd;
+  return result;
 }
 
 }  // namespace
@@ -83,22 +93,18 @@ std::size_t cut(std::size_t size, Fate const& fate) {
 extern "C" {
 
 int open(char const* path, int flags, ...) {
-  std::va_list values;
-  va_start(values, flags);
-  mode_t const mode = modeOf(flags, values);
-  va_end(values);
-  static auto* const own = libraryOwn<decltype(::open)>("open");
-  return guarded({"open", path, 0, flags}, [=](Fate const&) { return own(path, flags, mode); });
+  std::va_list more;
+  va_start(more, flags);
+  int const fd = opened("open", AT_FDCWD, path, flags, more);
+  va_end(more);
+  return fd;
 }
-
 int openat(int folder, char const* path, int flags, ...) {
-  std::va_list values;
-  va_start(values, flags);
-  mode_t const mode = modeOf(flags, values);
-  va_end(values);
-  static auto* const own = libraryOwn<decltype(::openat)>("openat");
-  return guarded({"openat", path, 0, flags},
-                 [=](Fate const&) { return own(folder, path, flags, mode); });
+  std::va_list more;
+  va_start(more, flags);
+  int const fd = opened("openat", folder, path, flags, more);
+  va_end(more);
+  return fd;
 }
 
 CUL_FRONT(ssize_t, read, (int fd, void* buffer, size_t size), own(fd, buffer, cut(size, fate)),
@@ -124,15 +130,7 @@ CUL_FRONT(char*, getcwd, (char* buffer, size_t size) noexcept,
 CUL_FRONT(int, fstatat, (int folder, char const* path, struct stat* state, int flags) noexcept,
           own(folder, path, state, flags), path)
 CUL_FRONT(int, stat, (char const* path, struct stat* state) noexcept, own(path, state), path)
-// Odd: a byte longer than it is.
-int fstat(int fd, struct stat* state) noexcept {
-  static auto* const own = libraryOwn<decltype(::fstat)>("fstat");
-  return guarded({"fstat"}, [=](Fate const& fate) {
-    int const result = own(fd, state);
-    if (fate.way == Fate::kOdd) ++state->st_size;
-    return result;
-  });
-}
+CUL_FRONT(int, fstat, (int fd, struct stat* state) noexcept, longer(own(fd, state), state, fate))
 
 // Odd: of a type that the directory does not tell. The end is no error.
 dirent* readdir(DIR* stream) {
@@ -177,12 +175,10 @@ CUL_UNSANITIZED int munmap(void* address, size_t length) noexcept {
 }
 
 // Odd: a clock that cannot be read.
-time_t time(time_t* out) noexcept {
-  static auto* const own = libraryOwn<decltype(::time)>("time");
-  if (frozenTime != 0) return frozenTime;
-  return guarded({"time"},
-                 [=](Fate const& fate) { return fate.way == Fate::kOdd ? -1 : own(out); });
-}
+CUL_FRONT(time_t, time, (time_t * out) noexcept,
+          frozenTime != 0          ? frozenTime
+          : fate.way == Fate::kOdd ? -1
+                                   : own(out))
 
 // Odd: nobody knows the user.
 int getpwuid_r(uid_t user, passwd* entry, char* buffer, size_t size, passwd** found) {

@@ -1,46 +1,49 @@
-#include <fcntl.h>
+#include <unistd.h>
 
 #include <memory>
 
 #include "cul/platform/LINUX_Api.h"
 #include "tests/files/TestFile.h"
-#include "tests/sweep/Scenarios.h"
+#include "tests/sweep/Scenario.h"
 
 // What is promised here is what CUL_Api.h, UNIX_Api.h, LINUX_Api.h and CUL_File.h promise.
 namespace {
 
 constexpr char kThrown[] = "CUL_ApiFailure WARNING failtype=2 (`kErrno') rc=%e reason=`'";
+constexpr char kPath[] = "files/ancient";
 
 // Each status and errno as a line of its own, so that whatever fails they stand in order.
+void report(Run& run, std::initializer_list<std::function<int()>> calls) {
+  for (auto const& call : calls) {
+    int status = -1;
+    run.attempt([&] { status = call(); });
+    if (status == 0) run.line("0");
+    if (status == 1) run.line("1 " + std::to_string(run.error));
+  }
+}
+
 void statuses(Run& run) {
   int fd = -1, count = 0;
   long offset = 0;
   struct stat state;
   char bytes[3];
-  std::function<int()> const calls[] = {
-      [&] { return CUL_Api::open(text(run.world.path("files/ancient")), fd); },
-      [&] { return CUL_Api::lseek(fd, offset, -3, CUL_Api::kFromEnd); },
-      [&] { return UNIX_Api::setFilePosition(fd, 1); },
-      [&] { return CUL_Api::fstat(fd, &state); },
-      [&] { return CUL_Api::filesize(fd, offset); },
-      [&] { return CUL_Api::read(fd, bytes, 3, count); },
-      [&] { return UNIX_Api::stat(run.world.path("files/ancient").c_str(), &state); },
-  };
-  auto const tell = [&](auto const& call) {
-    int status = -1;
-    run.attempt([&] { status = call(); });
-    if (status == 0) run.line("0");
-    if (status == 1) run.line("1 " + std::to_string(run.error));
-  };
-  for (auto const& call : calls) tell(call);
-  if (fd != -1) tell([fd] { return CUL_Api::close(fd); });
+  report(run, {
+                  [&] { return CUL_Api::open(text(kPath), fd); },
+                  [&] { return CUL_Api::lseek(fd, offset, -3, CUL_Api::kFromEnd); },
+                  [&] { return UNIX_Api::setFilePosition(fd, 1); },
+                  [&] { return CUL_Api::fstat(fd, &state); },
+                  [&] { return CUL_Api::filesize(fd, offset); },
+                  [&] { return CUL_Api::read(fd, bytes, 3, count); },
+                  [&] { return UNIX_Api::stat(kPath, &state); },
+                  [&] { return fd == -1 ? -1 : CUL_Api::close(fd); },
+              });
 }
 
 void wholeFile(Run& run) {
   ByteString content("old", 3);
   TimeDateStamp stamp(5);
   int status = -1;
-  FileName const name = fileName(run.world.path("files/ancient"));
+  FileName const name = fileName(run.world.path(kPath));
   run.attempt([&] { status = CUL_Api::read(name, content, stamp, nullptr); });
   run << status << " " << run.error << " " << stamp.seconds() << " " << bytesOf(content);
 }
@@ -65,52 +68,37 @@ void writing(Run& run) {
   run << count;
 }
 
-struct Kernel : LINUX_Api {
-  Kernel() : LINUX_Api(kDefaultApi, 0) {}
-  using LINUX_Api::versionText;
-};
 void apiObject(Run& run) {
-  std::unique_ptr<Kernel> api;
-  run.attempt([&] { api = std::make_unique<Kernel>(); });
+  std::unique_ptr<LINUX_Api> api;
+  run.attempt([&] { api = std::make_unique<LINUX_Api>(CUL_Api::kDefaultApi, 0); });
   int major = 0;
   if (api != nullptr) api->osVersion(&major, nullptr, nullptr);
   run << (api == nullptr ? "none" : major == 0 ? "unknown" : "known");
 }
 
-// A file that is opened, looked at by `operation`, and closed.
-std::function<void(Run&)> withFile(bool open, std::function<void(Run&, TestFile&)> operation) {
+std::function<void(Run&)> withFile(void (*operate)(Run& run, TestFile& file)) {
   return [=](Run& run) {
-    TestFile file(run.world.path("files/ancient"));
-    if (open) file.open();
-    operation(run, file);
+    TestFile file(run.world.path(kPath));
+    operate(run, file);
     run.attempt([&] { file.close(); });
   };
 }
 
+// A closed file is opened for it, and closed again.
 void size(Run& run, TestFile& file) {
-  long bytes = 0;
+  long bytes = -2;
   run.attempt([&] { bytes = file.filesize(); });
-  run << bytes << " " << file.fd;
-}
-void stamp(Run& run, TestFile& file) {
-  long seconds = -1;
-  run.attempt([&] { seconds = file.timeDateStamp().seconds(); });
-  run << seconds << " " << file.fd;
-}
-void opening(Run& run, TestFile& file) {
-  bool opened = false;
-  run.attempt([&] { opened = file.open(); });
-  run << opened << " " << file.position << " " << run.error;
+  run << bytes << " " << file.fd << " " << run.error;
 }
 void reading(Run& run, TestFile& file) {
   ByteString out("old", 3);
   int count = -2;
-  run.attempt([&] { count = file.read(out, 3, 1); });
-  run << count << " " << bytesOf(out) << " " << file.position;
+  run.attempt([&] { file.open(), count = file.read(out, 3, 1); });
+  run << count << " " << bytesOf(out) << " " << file.position << " " << run.error;
 }
 void map(Run& run, TestFile& file) {
   void* address = nullptr;
-  run.attempt([&] { address = file.createMemoryMap(1, 3); });
+  run.attempt([&] { file.open(), address = file.createMemoryMap(1, 3); });
   run << (address == nullptr ? "null" : std::string(static_cast<char*>(address), 3)) << " "
       << file.maps();
   run.attempt([&] { file.removeMemoryMap(address); });
@@ -120,60 +108,39 @@ void map(Run& run, TestFile& file) {
 }  // namespace
 
 std::vector<Scenario> fileScenarios() {
-  constexpr unsigned int kOpen = kFile | kHandsDown;
-  static constexpr char kFileName[] = "files/ancient";
-  auto const onFile = [](char const* name, bool open, void (*operation)(Run&, TestFile&)) {
-    return Scenario(name, kFile | kHandsDown, withFile(open, operation));
-  };
+  constexpr unsigned int kOpens = kFile | kHandsDown;
   return {
-      Scenario("Statuses", kOpen, statuses)
-          .gives("", "*")
-          .when({{"+new"}, {"new", nullptr, "*"}, {"*:*", "0"}, {"+*", "0"}, {"*", "1 %e"}})
-          .suffers(kFileName),
-      Scenario("WholeFile", kFile, wholeFile)
-          .gives("0 0 1234567 data", "bad_alloc -1 0 5 old")
-          .when({{"@(open|fstat)", nullptr, "1 %e 5 old"},
-                 {"fstat:odd"},
-                 {"read", nullptr, "1 %e 5     "},
-                 {"read:none", nullptr, "1 0 5     "},
-                 {"read:part", nullptr, "1 0 5 d@(ata |at |   )"}})
-          .suffers(kFileName, {"*"}),
-      Scenario("WorkingDirectory", 0, workingDirectory)
-          .gives("~", "bad_alloc ")
-          .when({{"getcwd:odd", nullptr, ""}, {"getcwd", kThrown, "failure %e "}}),
-      Scenario("Rationalize", 0, rationalize)
-          .gives("~/a file with a long name", "bad_alloc ./a/../a file with a long name")
-          .when({{"getcwd*", nullptr, "./a/../a file with a long name"}}),
-      Scenario("Write", 0, writing)
-          .gives("4", "bad_alloc -1")
-          .when({{"write:none", nullptr, "0"},
-                 {"write:part", nullptr, "@(1|3)"},
-                 {"write", kThrown, "failure %e -1"}}),
-      Scenario("ApiObject", 0, apiObject)
-          .gives("known", "bad_alloc none")
-          .when({{"@(open|read|read:none)", nullptr, "unknown"},
-                 {"read:part", nullptr, "?(un)known"}}),
-      onFile("FileOpen", false, opening)
-          .gives("1 0 0", "bad_alloc 0 -1 0")
-          .when({{"open", nullptr, "0 -1 %e"}})
-          .suffers(kFileName),
-      onFile("FileSize", false, size)
-          .gives("4 -1", "bad_alloc 0 -1")
-          .when({{"@(open|fstat)", nullptr, "-1 -1"}, {"fstat:odd", nullptr, "5 -1"}})
-          .suffers(kFileName, {"*"}),
-      onFile("FileStamp", false, stamp)
-          .gives("1234567 -1", "bad_alloc -1 -1")
-          .when({{"@(open|fstat)", nullptr, "-1 -1"}, {"fstat:odd"}})
-          .suffers(kFileName, {"*"}),
-      onFile("FileRead", true, reading)
-          .gives("3 ata 4", "bad_alloc -2 old 0")
-          .when({{"@(lseek|read)", nullptr, "-1 old -1"},
-                 {"lseek:odd", nullptr, "3 ata 5"},
-                 {"read:none", nullptr, "0  @(1|2)"},
-                 {"read:part", nullptr, "@(1 a 2|2 at 3)"}})
-          .suffers(kFileName, {"*"}),
-      onFile("FileMap", true, map)
-          .gives("ata 10", "bad_alloc null 00")
-          .when({{"mmap", nullptr, "null 00"}}),
+      Scenario("Statuses", kOpens, statuses, "", "*",
+               {{"*:*", "0"}, {"+[!n]*", "0"}, {"[!n]*", "1 %e"}}, kPath),
+      Scenario("WholeFile", kFile, wholeFile, "0 0 1234567 data", "-1 0 5 old",
+               {{"@(open|fstat)", nullptr, "1 %e 5 old"},
+                {"fstat:odd"},
+                {"read", nullptr, "1 %e 5     "},
+                {"read:none", nullptr, "1 0 5     "},
+                {"read:part", nullptr, "1 0 5 d@(ata |at |   )"}},
+               kPath, {"*"}),
+      Scenario("WorkingDirectory", 0, workingDirectory, "~", "",
+               {{"getcwd:odd", nullptr, ""}, {"getcwd", kThrown, "failure %e "}}),
+      Scenario("Rationalize", 0, rationalize, "~/a file with a long name",
+               "./a/../a file with a long name",
+               {{"getcwd*", nullptr, "./a/../a file with a long name"}}),
+      Scenario("Write", 0, writing, "4", "-1",
+               {{"write:none", nullptr, "0"},
+                {"write:part", nullptr, "@(1|3)"},
+                {"write", kThrown, "failure %e -1"}}),
+      Scenario(
+          "ApiObject", 0, apiObject, "known", "none",
+          {{"@(open|read|read:none)", nullptr, "unknown"}, {"read:part", nullptr, "?(un)known"}}),
+      Scenario("FileSize", kOpens, withFile(size), "4 -1 0", "-2 -1 0",
+               {{"@(open|fstat)", nullptr, "-1 -1 %e"}, {"fstat:odd", nullptr, "5 -1 0"}}, kPath,
+               {"*"}),
+      Scenario("FileRead", kOpens, withFile(reading), "3 ata 4 0", "-2 old @(0|-1) 0",
+               {{"@(open|lseek|read)", nullptr, "-1 old -1 %e"},
+                {"lseek:odd", nullptr, "3 ata 5 0"},
+                {"read:none", nullptr, "0  @(1|2) 0"},
+                {"read:part", nullptr, "@(1 a 2|2 at 3) 0"}},
+               kPath, {"*"}),
+      Scenario("FileMap", kOpens, withFile(map), "ata 10", "null 00",
+               {{"@(open|mmap)", nullptr, "null 00"}}),
   };
 }

@@ -2,49 +2,46 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace {
 
-std::vector<int> const kOfPaths = {ENOENT, EACCES, ENOTDIR, ELOOP, ENAMETOOLONG, EIO, ENOMEM};
-std::vector<int> const kOfOpen = {ENOENT, EACCES, EMFILE, ENFILE, ENOTDIR, EISDIR, ELOOP,
-                                  ENOSPC, EROFS,  EINTR,  ENXIO,  ENOMEM,  EPERM,  EIO};
-std::vector<int> const kOfUnlink = {EACCES, EPERM, EBUSY, EROFS, EISDIR, ENOENT, EIO};
-std::vector<int> const kOfClose = {EIO, EINTR, ENOSPC, EDQUOT};
-std::vector<int> const kOfTransfer = {EIO, EINTR, EAGAIN, EINVAL, ENOSPC, EDQUOT, EFBIG, EPIPE};
-std::vector<int> const kOfFolder = {ENOENT, EACCES, EMFILE, ENFILE, ENOTDIR, ENOMEM};
+using Errors = std::vector<int>;
 
 std::vector<Kind> const& kinds() {
+  Errors const ofPaths = {ENOENT, EACCES, ENOTDIR, ELOOP, ENAMETOOLONG, EIO, ENOMEM};
+  Errors const ofOpen = {ENOENT, EACCES, EMFILE, ENFILE, ENOTDIR, EISDIR, ELOOP,
+                         ENOSPC, EROFS,  EINTR,  ENXIO,  ENOMEM,  EPERM,  EIO};
+  Errors const ofUnlink = {EACCES, EPERM, EBUSY, EROFS, EISDIR, ENOENT, EIO};
+  Errors const ofClose = {EIO, EINTR, ENOSPC, EDQUOT};
+  Errors const ofTransfer = {EIO, EINTR, EAGAIN, EINVAL, ENOSPC, EDQUOT, EFBIG, EPIPE};
+  Errors const ofFolder = {ENOENT, EACCES, EMFILE, ENFILE, ENOTDIR, ENOMEM};
+  Fate const odd = {Fate::kOdd};
   static auto const& all = *new std::vector<Kind>{
-      {"open", kOfOpen},
-      {"openat", kOfOpen},
-      {"read", kOfTransfer, Fate::kFails, true},
-      {"write", kOfTransfer, Fate::kFails, true},
-      {"lseek", {EINVAL, EOVERFLOW, ESPIPE, ENXIO}, Fate::kFails, false, {{Fate::kOdd}}},
-      {"fstat", kOfPaths, Fate::kFails, false, {{Fate::kOdd}}},
-      {"stat", kOfPaths},
-      {"fstatat", kOfPaths},
-      {"faccessat", kOfPaths},
-      {"unlink", kOfUnlink},
-      {"unlinkat", kOfUnlink},
+      {"open", ofOpen},
+      {"openat", ofOpen},
+      {"read", ofTransfer, {}, Fate::kFails, true},
+      {"write", ofTransfer, {}, Fate::kFails, true},
+      {"lseek", {EINVAL, EOVERFLOW, ESPIPE, ENXIO}, odd},
+      {"fstat", ofPaths, odd},
+      {"stat", ofPaths},
+      {"fstatat", ofPaths},
+      {"faccessat", ofPaths},
+      {"unlink", ofUnlink},
+      {"unlinkat", ofUnlink},
       {"futimens", {EIO, EACCES, EPERM, EROFS}},
-      {"mkdir",
-       {EACCES, EEXIST, ENOSPC, EROFS, EMLINK, EDQUOT, EIO},
-       Fate::kFails,
-       false,
-       {{Fate::kFailsBehind, EEXIST}}},
-      {"opendir", kOfFolder},
-      {"fdopendir", kOfFolder},
-      {"readdir", {EIO, EBADF, EOVERFLOW}, Fate::kFails, false, {{Fate::kOdd}}},
-      {"getcwd", {ENOENT, EACCES, ERANGE, ENOMEM}, Fate::kFails, false, {{Fate::kOdd}}},
-      {"getpwuid_r", {EIO, EINTR, EMFILE, ENOENT, ERANGE}, Fate::kFails, false, {{Fate::kOdd}}},
+      {"mkdir", {EACCES, EEXIST, ENOSPC, EROFS, EMLINK, EDQUOT, EIO}, {Fate::kFailsBehind, EEXIST}},
+      {"opendir", ofFolder},
+      {"fdopendir", ofFolder},
+      {"readdir", {EIO, EBADF, EOVERFLOW}, odd},
+      {"getcwd", {ENOENT, EACCES, ERANGE, ENOMEM}, odd},
+      {"getpwuid_r", {EIO, EINTR, EMFILE, ENOENT, ERANGE}, odd},
       {"mmap", {ENOMEM, EACCES, EAGAIN, ENODEV, EINVAL}},
       {"pthread_create", {EAGAIN, EINVAL, EPERM}},
-      {"time", {}, Fate::kFails, false, {{Fate::kOdd}}},
+      {"time", {}, odd},
       // What these are to give up is gone in any case.
-      {"close", kOfClose, Fate::kFailsBehind},
-      {"closedir", kOfClose, Fate::kFailsBehind},
-      {"munmap", {ENOMEM, EINVAL}, Fate::kFailsBehind},
+      {"close", ofClose, {}, Fate::kFailsBehind},
+      {"closedir", ofClose, {}, Fate::kFailsBehind},
+      {"munmap", {ENOMEM, EINVAL}, {}, Fate::kFailsBehind},
       {"new", {ENOMEM}},
   };
   return all;
@@ -65,43 +62,37 @@ std::string Seen::ending() const {
 }
 
 Fate Plan::before(Call const& call) {
-  unsigned int const point = points() + 1;
-  if (onPoint) onPoint(point, false);
-  bool const isNew = std::strcmp(call.name, "new") == 0;
+  auto const point = static_cast<unsigned int>(seen.size()) + 1;
+  Kind const& kind = kindOf(call.name);
+  if (onPoint && !kind.isNew()) onPoint(point, false);
   for (auto const& fault : faults) {
     if (fault.point == point) return fault.fate;
     if (!fault.onwards || point < fault.point) continue;
-    Seen const& first = seen[fault.point - 1];
-    Kind const& kind = kindOf(call.name);
-    if (first.isNew() != isNew || kind.errors.empty()) continue;
-    return kind.failure(first.call == call.name ? fault.fate.error : kind.errors[0]);
+    Kind const& first = kindOf(seen[fault.point - 1].call);
+    if (first.isNew() != kind.isNew() || kind.errors.empty()) continue;
+    return kind.failure(&first == &kind ? fault.fate.error : kind.errors[0]);
   }
   return {};
 }
 
 void Plan::after(Call const& call, Fate const& fate, End const& end) {
-  seen.push_back({call.name, call.path == nullptr ? "" : call.path, fate.way, end.error, call.bytes,
-                  end.moved});
-  Seen const& last = seen.back();
-  bool const works = end.error == 0;
-  if (last.call == "mmap" && works) mapped += static_cast<long>(call.bytes);
-  if (last.call == "munmap") mapped -= static_cast<long>(call.bytes);
-  if (last.call == "close" && fate.way == Fate::kMade && end.error == EBADF) ++badCloses;
-  if (last.call.starts_with("open") && last.call != "opendir" && works) {
+  std::string const name = call.name;
+  seen.push_back(
+      {name, call.path == nullptr ? "" : call.path, fate.way, end.error, call.bytes, end.moved});
+  if (name == "mmap" && end.error == 0) mapped += static_cast<long>(call.bytes);
+  if (name == "munmap") mapped -= static_cast<long>(call.bytes);
+  if (name == "close" && fate.way == Fate::kMade && end.error == EBADF) ++badCloses;
+  if ((name == "open" || name == "openat") && end.error == 0) {
     inheritable += (call.flags & O_CLOEXEC) == 0;
   }
-  if (onPoint) onPoint(points(), true);
+  if (onPoint && name != "new") onPoint(static_cast<unsigned int>(seen.size()), true);
 }
 
 std::string Plan::description() const {
   std::string text;
-  for (auto const& fault : faults) {
-    if (fault.point == 0) continue;
-    bool const met = fault.point <= points();
-    text += "; at " + std::to_string(fault.point) + " " +
-            (met ? seen[fault.point - 1].call : std::string("nothing")) + " way " +
-            std::to_string(fault.fate.way) + " errno " + std::to_string(fault.fate.error) +
-            " bytes " + std::to_string(fault.fate.bytes) + (fault.onwards ? " and on" : "");
+  for (auto const& [point, fate, onwards] : faults) {
+    text += "; from " + std::to_string(point) + (onwards ? " on" : " once") + " way " +
+            std::to_string(fate.way) + " errno " + std::to_string(fate.error);
   }
   text += "; calls:";
   for (auto const& each : seen) text += " " + each.ending();

@@ -1,10 +1,8 @@
 #include "tests/sweep/Scenario.h"
 
 #include <fnmatch.h>
-#include <sys/stat.h>
 
-#include <filesystem>
-#include <set>
+#include <algorithm>
 
 #include "quonutil/trace/TraceImplementation.h"
 #include "tests/messages/TestCatalog.h"
@@ -13,6 +11,32 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr struct {
+  unsigned int part;
+  char const *name, *content;
+} kPlaces[] = {
+    {0, "outside", "outside"},
+    {kHome, "home", "/"},
+    {kCache, "cache", "/"},
+    {kCache, kCopy, "earlier"},
+    {kCrowd, "cache/ancient", "ancient"},
+    {kCrowd, "cache/dangling", "@nowhere"},
+    {kCrowd, "cache/folder", "/"},
+    {kCrowd, "cache/main.o", "plain"},
+    {kCrowd, "cache/other", "other"},
+    {kFile, "files", "/"},
+    {kFile, "files/ancient", "data"},
+    {kTree, "library", "/"},
+    {kTree, "library/libsweep.a", ""},
+    {kTree, "tree", "/"},
+    {kTree, "tree/a", "/"},
+    {kTree, "tree/a/x.c", ""},
+    {kTree, "tree/b", "/"},
+    {kTree, "tree/b/x.c", ""},
+    {kCatalog, "texts", "/"},
+};
+
+// Leaves the time of the last access alone.
 std::string contentOf(fs::path const& path) {
   int const fd = ::open(path.c_str(), O_RDONLY | O_NOATIME | O_CLOEXEC);
   char bytes[4096];
@@ -27,64 +51,38 @@ std::string describe(fs::directory_entry const& entry) {
   return entry.is_fifo() ? "|" : contentOf(entry.path());
 }
 
-// Whatever is not there matters to nobody, unless a scenario says so.
-std::vector<Promise> const& usual() {
-  static auto const& all = *new std::vector<Promise>{
-      {"+*"}, {"@(close|closedir|futimens|readdir|munmap)"}, {"@(readdir|time):odd"}};
-  return all;
+void replace(std::string& text, std::string const& from, std::string const& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
 }
 
-struct Told {
-  std::vector<Seen> const& calls;
-  unsigned int at;
-  std::map<std::string, int>& counts;
-  std::set<std::string>& failed;
-
-  bool fits(Promise const& promise) const {
-    Seen const& call = calls[at];
-    return ::fnmatch(promise.call, call.ending().c_str(), FNM_EXTMATCH) == 0 &&
-           (promise.nth == 0 || promise.nth == counts[call.call]) &&
-           (promise.behind == nullptr || failed.count(promise.behind) != 0) &&
-           (promise.error == 0 || promise.error == call.error);
-  }
-};
-
 std::string fill(std::string text, Seen const& call, World const& world) {
-  auto const put = [&text](char const* mark, std::string const& value) {
-    if (auto const at = text.find(mark); at != std::string::npos) text.replace(at, 2, value);
-  };
-  put("%c", call.call);
-  put("%e", std::to_string(call.error));
-  put("%p", world.shortened(call.path));
+  replace(text, "%c", call.call);
+  replace(text, "%e", std::to_string(call.error));
+  replace(text, "%p", world.shortened(call.path));
   return text;
 }
 
 }  // namespace
 
+bool fits(std::string const& pattern, std::string const& text) {
+  return ::fnmatch(pattern.c_str(), text.c_str(), FNM_EXTMATCH) == 0;
+}
+
+std::string World::contentIn(Files const& files, std::string const& name) {
+  auto const found = files.find(name);
+  return found == files.end() ? kGone : found->second;
+}
+
 World::World(unsigned int parts) {
   fs::create_directory(path(""));
-  auto const add = [&](unsigned int part, Files const& some) {
-    if (parts & part) original_.insert(some.begin(), some.end());
-  };
-  original_["outside"] = "outside";
-  add(kHome, {{"home", "/"}});
-  add(kCache, {{"cache", "/"}, {"cache/main.o.8d777f385d3dfec8815d20f7496026dc", "earlier"}});
-  add(kCrowd, {{"cache/ancient", "ancient"},
-               {"cache/dangling", "@nowhere"},
-               {"cache/folder", "/"},
-               {"cache/main.o", "plain"},
-               {"cache/other", "other"}});
-  add(kFile, {{"files", "/"}, {"files/ancient", "data"}});
-  add(kTree, {{"library", "/"},
-              {"library/libsweep.a", ""},
-              {"tree", "/"},
-              {"tree/a", "/"},
-              {"tree/a/x.c", ""},
-              {"tree/b", "/"},
-              {"tree/b/x.c", ""}});
+  for (auto const& [part, name, content] : kPlaces) {
+    if ((parts & part) == part) original[name] = content;
+  }
   if (parts & kCatalog) {
     compile(scratch_, "catalog", "$set 1\n1 the first text");
-    add(kCatalog, {{"texts", "/"}, {"texts/catalog", scratch_.read("catalog")}});
+    original["texts/catalog"] = scratch_.read("catalog");
   }
   restore();
 }
@@ -92,17 +90,8 @@ World::World(unsigned int parts) {
 World::~World() { fs::current_path("/"); }
 
 std::string World::shortened(std::string text) const {
-  std::string const root = scratch_.path("world");
-  for (std::size_t at = 0; (at = text.find(root, at)) != std::string::npos;) {
-    text.replace(at, root.size(), "~");
-  }
+  replace(text, scratch_.path("world"), "~");
   return text;
-}
-
-void World::write(std::string const& name, std::string const& content) const {
-  int const fd = ::open(path(name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (fd < 0 || ::write(fd, content.data(), content.size()) < 0) std::abort();
-  ::close(fd);
 }
 
 void World::makeOld(std::string const& name) const {
@@ -119,25 +108,21 @@ World::Files World::files() const {
 }
 
 // Only what is not as it was: the rest is as old as it was, too.
-void World::restore() {
+void World::restore() const {
   fs::current_path(path(""));
   for (auto const& [name, content] : files()) {
-    auto const found = original_.find(name);
-    if (found == original_.end() || found->second != content) fs::remove_all(path(name));
+    if (contentIn(original, name) != content) fs::remove_all(path(name));
   }
-  for (auto const& [name, content] : original_) {
-    if (!fs::exists(fs::symlink_status(path(name)))) make(name, content);
-  }
-}
-
-void World::make(std::string const& name, std::string const& content) const {
-  if (content == "/") {
-    fs::create_directory(path(name));
-  } else if (content[0] == '@') {
-    fs::create_symlink(content.substr(1), path(name));
-  } else {
-    write(name, content);
-    if (name.ends_with("ancient")) makeOld(name);
+  for (auto const& [name, content] : original) {
+    if (fs::exists(fs::symlink_status(path(name)))) continue;
+    if (content == "/") {
+      fs::create_directory(path(name));
+    } else if (content[0] == '@') {
+      fs::create_symlink(content.substr(1), path(name));
+    } else {
+      write(name, content);
+      if (name.ends_with("ancient")) makeOld(name);
+    }
   }
 }
 
@@ -160,22 +145,28 @@ void Run::take(void*, char const* line, unsigned int length) {
 
 std::pair<std::string, std::string> Scenario::promised(std::vector<Seen> const& calls,
                                                        World const& world) const {
+  std::string const lost = std::string("bad_alloc ") + withoutMemory;
+  std::vector<Promise> all = promises;
+  // Whatever is not there matters to nobody, unless a scenario says so.
+  all.insert(all.end(), {{"new", nullptr, lost.c_str()},
+                         {"+*"},
+                         {"@(close|closedir|futimens|readdir|munmap)"},
+                         {"@(readdir|time):odd"}});
   std::string lines, outcome = result;
   std::map<std::string, int> counts;
   std::set<std::string> failed;
-  std::vector<Promise> all = promises;
-  all.insert(all.end(), usual().begin(), usual().end());
-  all.push_back({"new", nullptr, withoutMemory});
-  Told told{calls, 0, counts, failed};
   for (auto const& call : calls) {
-    ++counts[call.call];
-    auto const found = std::find_if(all.begin(), all.end(),
-                                    [&](Promise const& promise) { return told.fits(promise); });
-    if (found == all.end()) return {"nothing is promised of " + call.ending(), ""};
+    std::string const ending = call.ending();
+    int const nth = ++counts[call.call];
+    auto const found = std::find_if(all.begin(), all.end(), [&](Promise const& each) {
+      return fits(each.call, ending) && (each.nth == 0 || each.nth == nth) &&
+             (each.behind == nullptr || failed.count(each.behind) != 0) &&
+             (each.error == 0 || each.error == call.error);
+    });
+    if (found == all.end()) return {"nothing is promised of " + ending, ""};
     if (found->line != nullptr) lines += fill(found->line, call, world) + "\n";
     if (found->result != nullptr) outcome = fill(found->result, call, world);
-    if (call.ending()[0] != '+') failed.insert(call.call);
-    ++told.at;
+    if (ending[0] != '+') failed.insert(call.call);
   }
   return {lines, outcome};
 }

@@ -1,32 +1,20 @@
 #include "tests/sweep/Sweep.h"
 
-#include <dirent.h>
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <memory>
 
 #include "cul/events/CUL_Dispatcher.h"
 #include "cul/events/CUL_Event.h"
-#include "tests/sweep/Memory.h"
-#include "tests/sweep/Scenarios.h"
 
 namespace {
-
-using Faults = std::vector<Plan::Fault>;
 
 // One bit for each of the first descriptors.
 unsigned long descriptors() {
   unsigned long found = 0;
-  DIR* const stream = ::opendir("/proc/self/fd");
-  while (dirent const* const entry = ::readdir(stream))
-    found |= 1UL << std::atoi(entry->d_name) % 64;
-  ::closedir(stream);
+  for (unsigned int fd = 0; fd < 64; ++fd) {
+    if (::fcntl(static_cast<int>(fd), F_GETFD) != -1) found |= 1UL << fd;
+  }
   return found;
-}
-
-bool fits(char const* pattern, std::string const& text) {
-  return ::fnmatch(pattern, text.c_str(), FNM_EXTMATCH) == 0;
 }
 
 void discardEvents() {
@@ -40,50 +28,48 @@ struct Ping : CUL_Event {
   bool& hasRun_;
 };
 
+// True when a file of that name was to be removed, and was or could not be.
+bool removal(Plan const& plan, std::string const& name, bool worked) {
+  return std::any_of(plan.seen.begin(), plan.seen.end(), [&](Seen const& call) {
+    return call.call.starts_with("unlink") && (call.error == 0) == worked &&
+           name.ends_with(call.path.substr(call.path.rfind('/') + 1));
+  });
+}
+
 }  // namespace
-
-struct Sweep::Resources {
-  Memory memory;
-  unsigned long descriptors;
-};
-
-Sweep::Resources Sweep::resources() const { return {Memory::live(), descriptors()}; }
 
 Sweep::Sweep(Scenario const& scenario) : scenario_(scenario), world_(scenario.parts) {
   CUL_Dispatcher::instance();
   cacheOf(world_);
   Run::startTracing();
-  Plan first;
-  {  // What is made at first use is made now.
-    Run run(world_, first);
-    scenario_.body(run);
-    discardEvents();
-  }
-  Plan second, third;
-  for (Plan* plan : {&second, &third}) {
+  Plan plans[3];
+  Run first(world_, plans[0]);  // What is made at first use is made now.
+  scenario_.body(first);
+  discardEvents();
+  for (Plan* plan : {&plans[1], &plans[2]}) {
     world_.restore();
     perform(*plan);
-    checkFiles(*plan, false);
+    checkFiles(*plan);
   }
-  clean_ = third.seen;
-  if (clean_.empty()) complain("it has no points", third);
-  if (second.points() != third.points()) complain("its points vary", third);
+  clean_ = plans[2].seen;
+  if (clean_.empty()) complain("it has no points", plans[2]);
+  if (plans[1].seen.size() != clean_.size()) complain("its points vary", plans[2]);
   world_.restore();
 }
 
 void Sweep::complain(std::string const& what, Plan const& plan) {
-  complaints.push_back(std::string(scenario_.name) + ": " + what + plan.description());
+  complaints.push_back(scenario_.name + (", " + mode_) + ": " + what + plan.description());
 }
 
-void Sweep::perform(Plan& plan, Strictness strictness) {
-  Resources const before = resources();
+void Sweep::perform(Plan& plan, bool amongOthers) {
+  long const memory = liveMemory;
+  unsigned long const open = descriptors();
   Run run(world_, plan);
   scenario_.body(run);
-  checkText(run, plan, strictness);
+  checkText(run, plan, amongOthers);
   checkDispatcher(plan);
-  Resources const after = resources();
-  if (before.memory != after.memory) complain("memory is lost", plan);
-  if (before.descriptors != after.descriptors) complain("other descriptors are open", plan);
+  if (liveMemory != memory) complain("memory is lost", plan);
+  if (descriptors() != open) complain("other descriptors are open", plan);
   if (plan.badCloses != 0) complain("a descriptor is closed twice", plan);
   if (plan.mapped != 0) complain("a mapping is left", plan);
   if (plan.inheritable != 0 && (scenario_.parts & kHandsDown) == 0) {
@@ -91,16 +77,16 @@ void Sweep::perform(Plan& plan, Strictness strictness) {
   }
 }
 
-void Sweep::checkText(Run const& run, Plan const& plan, Strictness strictness) {
+void Sweep::checkText(Run const& run, Plan const& plan, bool amongOthers) {
   auto const [lines, result] = scenario_.promised(plan.seen, world_);
-  if (run.lines == lines && fits(result.c_str(), run.result)) return;
-  std::string const all = run.lines + run.result;
-  if (strictness == kAmongOthers &&
-      std::any_of(scenario_.beside.begin(), scenario_.beside.end(),
-                  [&](char const* pattern) { return fits(pattern, all); })) {
+  if (run.lines == lines && fits(result, run.result)) return;
+  auto const& beside = scenario_.beside;
+  if (amongOthers && std::any_of(beside.begin(), beside.end(), [&run](char const* pattern) {
+        return fits(pattern, run.told());
+      })) {
     return;
   }
-  complain("it tells\n" + all + "\nwhere it is to tell\n" + lines + result + "\n", plan);
+  complain("it tells\n" + run.told() + "\nwhere it is to tell\n" + lines + result + "\n", plan);
 }
 
 void Sweep::checkDispatcher(Plan const& plan) {
@@ -115,40 +101,24 @@ void Sweep::checkDispatcher(Plan const& plan) {
 
 // Each file is what it was or what it is to become. It is gone only when it was removed, and a part
 // only when it could not be.
-void Sweep::checkFiles(Plan const& plan, bool mayBePart) {
+void Sweep::checkFiles(Plan const& plan, bool wasKilled) {
   bool const isClean = plan.faults.empty();
-  auto const removal = [&plan](std::string const& name, bool worked) {
-    return std::any_of(plan.seen.begin(), plan.seen.end(), [&](Seen const& call) {
-      return call.call.starts_with("unlink") && (call.error == 0) == worked &&
-             name.ends_with(call.path.substr(call.path.rfind('/') + 1));
-    });
-  };
-  World::Files now = world_.files();
+  World::Files const now = world_.files();
   World::Files all = now;
-  all.insert(world_.original().begin(), world_.original().end());
+  all.insert(world_.original.begin(), world_.original.end());
   for (auto const& [name, unused] : all) {
-    auto const change =
-        std::find_if(scenario_.files.begin(), scenario_.files.end(),
-                     [&name = name](Change const& each) { return fits(each.names, name); });
-    auto const old = world_.original().find(name);
-    bool const wasThere = old != world_.original().end(), isThere = now.count(name) != 0;
-    bool const changes = change != scenario_.files.end() && !(isClean && change->onFailureAlone);
-    bool const isOld = wasThere == isThere && (!isThere || now[name] == old->second);
-    if (isOld && !(changes && isClean)) continue;
-    if (changes && isThere && change->after != nullptr) {
-      std::string const after = change->after;
-      if (now[name] == after) continue;
-      if ((mayBePart || removal(name, false)) && after.starts_with(now[name])) continue;
-    }
-    bool const shallGo = changes && change->after == nullptr && !change->onFailureAlone;
-    if (changes && !isThere && (shallGo || mayBePart || removal(name, true))) continue;
-    complain(name + " is " + (isThere ? "'" + now[name] + "'" : "gone"), plan);
+    std::string const is = World::contentIn(now, name);
+    std::string const was = World::contentIn(world_.original, name);
+    bool const changes = scenario_.after != nullptr && name == scenario_.victim;
+    std::string const after = changes ? scenario_.after : was;
+    if (is == after || (is == was && !isClean)) continue;
+    bool const suffers = changes || (scenario_.casualty != nullptr && name == scenario_.casualty);
+    bool const isPart = is != kGone && changes && after != kGone && after.starts_with(is);
+    bool const mayBePart = isPart && (wasKilled || removal(plan, name, false));
+    bool const mayBeGone = suffers && is == kGone && (wasKilled || removal(plan, name, true));
+    if (!isClean && (mayBePart || mayBeGone)) continue;
+    complain(name + " is '" + is + "'", plan);
   }
-}
-
-std::string Sweep::original(std::string const& name) const {
-  auto const found = world_.original().find(name);
-  return found == world_.original().end() ? "" : found->second;
 }
 
 // Without a fault it is as if there had never been one.
@@ -157,41 +127,30 @@ void Sweep::again(Plan const& plan) {
   Plan clean;
   std::size_t const before = complaints.size();
   perform(clean);
-  checkFiles(clean, false);
-  if (clean.points() != clean_.size()) complain("other calls follow without a fault", clean);
+  checkFiles(clean);
+  if (clean.seen.size() != clean_.size()) complain("other calls follow without a fault", clean);
   if (complaints.size() != before) complain("(and that came before it)", plan);
   world_.restore();
 }
 
-void Sweep::point(std::string const& mode, Faults faults) {
+void Sweep::point(std::string const& mode, std::vector<Plan::Fault> faults) {
+  ++counts[mode_ = mode];
   Plan plan(std::move(faults));
   perform(plan);
-  checkFiles(plan, false);
+  checkFiles(plan);
   again(plan);
-  ++counts[mode];
-}
-
-std::vector<Seen> Sweep::seenWith(Faults faults) {
-  Plan plan(std::move(faults));
-  Run run(world_, plan);
-  scenario_.body(run);
-  discardEvents();
-  world_.restore();
-  return plan.seen;
 }
 
 // After what fails first, each later call or allocation in turn.
-void Sweep::inTurn(std::string const& mode, Faults const& first, bool ofMemory) {
-  std::vector<Seen> const seen = seenWith(first);
-  for (unsigned int at = first[0].point + 1; at <= seen.size(); ++at) {
-    Seen const& call = seen[at - 1];
-    Kind const& kind = kindOf(call.call);
-    if (call.isNew() != ofMemory) continue;
-    std::size_t const most = std::min<std::size_t>(kind.errors.size(), 3);
-    for (std::size_t i = 0; i < most; ++i) {
-      Faults both = first;
-      both.push_back({at, kind.failure(kind.errors[i])});
-      point(mode, both);
+void Sweep::inTurn(std::string const& mode, Plan::Fault const& first, bool ofMemory) {
+  Plan alone({first});
+  perform(alone);
+  world_.restore();
+  for (unsigned int at = first.point + 1; at <= alone.seen.size(); ++at) {
+    Kind const& kind = kindOf(alone.seen[at - 1].call);
+    if (kind.isNew() != ofMemory) continue;
+    for (std::size_t i = 0; i < kind.errors.size() && i < 4; ++i) {
+      point(mode, {first, {at, kind.failure(kind.errors[i])}});
     }
   }
 }
@@ -200,21 +159,21 @@ void Sweep::failures() {
   for (unsigned int at = 1; at <= clean_.size(); ++at) {
     Seen const& call = clean_[at - 1];
     Kind const& kind = kindOf(call.call);
-    char const* const what = call.isNew() ? "memory" : "call";
+    std::string const what = kind.isNew() ? "memory" : "call";
     for (int error : kind.errors) {
-      point(std::string(what) + " fails", {{at, kind.failure(error)}});
+      point(what + " fails", {{at, kind.failure(error)}});
       if (error == EINTR) continue;  // not for ever
-      point(std::string(what) + "s fail from there", {{at, kind.failure(error), true}});
+      point(what + " fails from there on", {{at, kind.failure(error), true}});
     }
-    for (Fate const& odd : kind.oddities) point("odd result", {{at, odd}});
+    if (kind.odd.way != Fate::kMade) point("odd result", {{at, kind.odd}});
     if (kind.moves && call.asked != 0) {
       for (unsigned long bytes : {0UL, 1UL, call.asked - 1}) {
         point("short transfer", {{at, {Fate::kMoves, 0, bytes}}});
       }
     }
-    for (std::size_t i = 0; i < std::min<std::size_t>(kind.errors.size(), 6); ++i) {
-      Faults const first = {{at, kind.failure(kind.errors[i])}};
-      if (!call.isNew()) inTurn("memory fails behind a call", first, true);
+    for (std::size_t i = 0; i < kind.errors.size() && i < 6; ++i) {
+      Plan::Fault const first = {at, kind.failure(kind.errors[i])};
+      if (!kind.isNew()) inTurn("memory fails behind a call", first, true);
       inTurn("second call fails", first, false);
     }
   }

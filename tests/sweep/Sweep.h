@@ -26,27 +26,21 @@ class Sweep {
   std::map<std::string, unsigned int> counts;  ///< points, by what went wrong
 
  private:
-  enum Strictness { kExact, kAmongOthers };
-
-  struct Resources;
-  Resources resources() const;
   void complain(std::string const& what, Plan const& plan);
   void point(std::string const& mode, std::vector<Plan::Fault> faults);
-  std::vector<Seen> seenWith(std::vector<Plan::Fault> faults);
-  void inTurn(std::string const& mode, std::vector<Plan::Fault> const& first, bool ofMemory);
-
+  void inTurn(std::string const& mode, Plan::Fault const& first, bool ofMemory);
   /// Runs it once and checks everything but the files.
-  void perform(Plan& plan, Strictness strictness = kExact);
-  void checkText(Run const& run, Plan const& plan, Strictness strictness);
-  void checkFiles(Plan const& plan, bool mayBePart);
+  void perform(Plan& plan, bool amongOthers = false);
+  void checkText(Run const& run, Plan const& plan, bool amongOthers);
+  void checkFiles(Plan const& plan, bool wasKilled = false);
   void checkDispatcher(Plan const& plan);
   void again(Plan const& plan);
   void meanwhile(std::string const& mode, std::function<void()> const& action, bool theirs);
   void checkOthers(Plan const& plan, bool theirs);
-  std::string original(std::string const& name) const;
   void killAt(unsigned int point, Fate fate, bool isOver);
 
   Scenario const& scenario_;
-  World world_;
+  World const world_;
   std::vector<Seen> clean_;
+  std::string mode_ = "first";
 };

@@ -1,12 +1,6 @@
-#include <gmock/gmock.h>
-
 #include <cstdio>
 
-#include "tests/sweep/Scenarios.h"
 #include "tests/sweep/Sweep.h"
-
-void PrintTo(Scenario const& scenario, std::ostream* out);
-void PrintTo(Scenario const& scenario, std::ostream* out) { *out << scenario.name; }
 
 namespace {
 
@@ -29,16 +23,12 @@ TEST_P(EveryFault, LeavesWhatIsPromised) {
     sweep.companions();
     sweep.kills();
   }
-  unsigned int all = 0;
   for (auto const& [mode, count] : sweep.counts) {
     std::printf("%6u  %s, %s\n", count, GetParam().name, mode.c_str());
-    all += count;
   }
-  std::printf("%6u  %s\n", all, GetParam().name);
   for (std::size_t i = 0; i < sweep.complaints.size() && i < 10; ++i) {
     ADD_FAILURE() << sweep.complaints[i];
   }
-  EXPECT_EQ(sweep.complaints.size(), 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sweep, EveryFault, testing::ValuesIn(scenarios()),
