@@ -7,12 +7,10 @@
 // with 0 when every comparison held.
 
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
 
 #include "Demo.h"
 #include "Events.h"
+#include "Host.h"
 #include "quonutil/settings/DebuggerParameters.h"
 
 namespace {
@@ -60,13 +58,10 @@ int runAsSecond(std::vector<std::string> const& words) {
 
 int main(int argc, char** argv) {
   std::vector<std::string> const words(argv + 1, argv + argc);
-  try {
+  return runHost("cul-demo", [&] {
     if (words.size() > 2 && words[0] == kSecondProcess) return runAsSecond(words);
     std::vector<DebugFile> files;
     for (auto const& word : words) files.push_back({word.substr(word.rfind('/') + 1), word});
     return run(files.empty() ? debugFilesOfThisProcess() : files);
-  } catch (std::exception const& failure) {
-    std::fprintf(stderr, "cul-demo: %s\n", failure.what());
-    return EXIT_FAILURE;
-  }
+  });
 }

@@ -11,9 +11,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 
+#include "Host.h"
 #include "Inspect.h"
 
 namespace {
@@ -59,10 +59,6 @@ int main(int argc, char** argv) {
     std::fputs("usage: cul-inspect PROGRAM SOURCES\n", stderr);
     return 2;
   }
-  try {
-    return run(argv[1], fs::absolute(argv[2]).lexically_normal());
-  } catch (std::exception const& failure) {
-    std::fprintf(stderr, "cul-inspect: %s\n", failure.what());
-    return EXIT_FAILURE;
-  }
+  return runHost("cul-inspect",
+                 [&] { return run(argv[1], fs::absolute(argv[2]).lexically_normal()); });
 }

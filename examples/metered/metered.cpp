@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <memory>
 #include <string>
 #include <thread>
@@ -15,6 +13,7 @@
 
 #include "Checks.h"
 #include "Display.h"
+#include "Host.h"
 #include "MeteredDispatcher.h"
 #include "Watcher.h"
 #include "cul/platform/CUL_Api.h"
@@ -183,11 +182,4 @@ int run() {
 
 }  // namespace
 
-int main() {
-  try {
-    return run();
-  } catch (std::exception const& failure) {
-    std::fprintf(stderr, "cul-metered: %s\n", failure.what());
-    return EXIT_FAILURE;
-  }
-}
+int main() { return runHost("cul-metered", run); }

@@ -6,9 +6,8 @@
 // ends with 0 when every comparison held.
 
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
 
+#include "Host.h"
 #include "Parts.h"
 
 int main(int argc, char** argv) {
@@ -16,7 +15,7 @@ int main(int argc, char** argv) {
     std::fputs("usage: cul-parts LOCALES\n", stderr);
     return 2;
   }
-  try {
+  return runHost("cul-parts", [&] {
     Parts parts;
     showMessages(parts, argv[1]);
     startChild(parts);
@@ -24,8 +23,5 @@ int main(int argc, char** argv) {
     parts.display.heading("Summary");
     if (parts.checks.broken().empty()) parts.display.line("Every comparison held.");
     return parts.checks.exitStatus();
-  } catch (std::exception const& failure) {
-    std::fprintf(stderr, "cul-parts: %s\n", failure.what());
-    return EXIT_FAILURE;
-  }
+  });
 }

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -15,6 +14,7 @@
 
 #include "Checks.h"
 #include "Display.h"
+#include "Host.h"
 #include "Plan.h"
 #include "Scratch.h"
 #include "SimulatedTime.h"
@@ -128,11 +128,4 @@ int run() {
 
 }  // namespace
 
-int main() {
-  try {
-    return run();
-  } catch (std::exception const& failure) {
-    std::fprintf(stderr, "cul-timelapse: %s\n", failure.what());
-    return EXIT_FAILURE;
-  }
-}
+int main() { return runHost("cul-timelapse", run); }
