@@ -3,6 +3,7 @@
 import hashlib
 import os
 import pathlib
+import pwd
 import shutil
 import subprocess
 import tempfile
@@ -22,15 +23,15 @@ class Cache(ToolTest):
         self.directory.mkdir(mode=0o700)
         self.at = ["--directory", str(self.directory)]
 
-    def copy(self, name, content, age=0):
-        """A copy as the cache makes it, last read `age` seconds ago."""
+    def copy(self, name, content, age=0, now=None):
+        """A copy as the cache makes it, last read `age` seconds before `now`, in nanoseconds."""
         digest = hashlib.md5(content).hexdigest()
         path = self.write(f"cache/{name}.{digest}", content, 0o600)
-        self.read_ago(path, age)
+        self.read_ago(path, age, now)
         return path.name
 
-    def read_ago(self, path, seconds):
-        now = time.time_ns()
+    def read_ago(self, path, seconds, now=None):
+        now = now or time.time_ns()
         os.utime(path, ns=(now - seconds * 10**9, now))
 
     def snapshot(self):
@@ -58,10 +59,15 @@ class Cache(ToolTest):
         (self.directory / "inside").mkdir()
         rows = [("48", ":48", 48 * HOUR), ("1", ":1", HOUR), ("1193047", ":1193047", 1904),
                 ("0", "::flush", 0), ("2000", ":2000", 2000 * HOUR)]  # fmt: skip
+        # A clock that stands still: the second of the limit itself must stay.
+        now = 1_800_000_000
+        preload = self.program("faketime", "now", "printenv", "LD_PRELOAD").strip()
+        self.environment.update(LD_PRELOAD=preload, FAKETIME="2027-01-15 08:00:00", TZ="UTC",
+                                NO_FAKE_STAT="1")  # fmt: skip
         for hours, rest, limit in rows:
-            for name, age in (("younger", limit - 90), ("older", limit + 1), ("ancient", 10**9)):
-                self.copy(name, b"", age)
-            self.read_ago(self.write("outside"), limit + 2)
+            for name, age in (("exact", limit), ("older", limit + 1), ("ancient", 10**9)):
+                self.copy(name, b"", age, now * 10**9)
+            self.read_ago(self.write("outside"), limit + 2, now * 10**9)
             told = self.json("cache", "would-remove", hours, *self.at)
             twin = self.scratch / f"cul-test-twin-{hours}"
             shutil.copytree(self.directory, twin, symlinks=True)
@@ -81,6 +87,10 @@ class Cache(ToolTest):
         self.refusal("cache", "get", "none")
         self.assertEqual(before, self.snapshot())
         self.assertEqual(os.listdir(self.home), [], "looking made the user's cache")
+        homeless = {name: value for name, value in self.environment.items() if name != "HOME"}
+        done = self.run_tool("cache", "list", env=homeless)
+        default = pwd.getpwuid(os.getuid()).pw_dir + "/.vexcorlz/"
+        self.assertIn(default, (done.stdout + done.stderr).decode())
 
     def test_lists_and_totals(self):
         for name, size, age in (("a", 5, 0), ("b.so", 700, 2 * HOUR), ("c", 30, 1000 * HOUR)):

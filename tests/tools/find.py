@@ -1,6 +1,8 @@
 """What `cul find` explains, held against what stands on the disk."""
 
 import os
+import re
+import subprocess
 import unittest
 
 from tool import ToolTest
@@ -53,6 +55,29 @@ class Find(ToolTest):
             ("system", "/usr/lib", "not there"), ("system", "/lib", "not there"),
         ])  # fmt: skip
         self.assertEqual(self.cul("find", "module", "b/libx.so(y.o)"), b"./b/libx.so(y.o)\n")
+
+    def test_modules_are_those_of_the_loader(self):
+        listed = {}
+        for name, path in re.findall(r"(\S+) \(libc6,x86-64.*=> (\S+)",
+                                     self.program("/sbin/ldconfig", "-p")):  # fmt: skip
+            listed.setdefault(name, []).append(path)
+        folders = {os.path.dirname(file) for files in listed.values() for file in files}
+        path = ":".join(sorted(folders))
+        for name, files in listed.items():
+            found = os.fsdecode(self.cul("find", "module", name, "--path", path)).strip()
+            self.assertIn(found, files)
+        (self.scratch / "second").mkdir()
+        (self.scratch / "second/libc.so.6").symlink_to(listed["libc.so.6"][0])
+        told, places = self.explained("module", "libc.so.6", "--path", "first:second:" + path)
+        loader = dict(self.environment, LD_LIBRARY_PATH="first:second:" + path, LD_DEBUG="libs")
+        done = subprocess.run("/bin/true", cwd=self.scratch, env=loader, stderr=subprocess.PIPE)
+        tried = [os.path.split(file)
+                 for file in re.findall(r"trying file=(\S+)", done.stderr.decode())]  # fmt: skip
+        # The loader also tries what stands below a directory for the processor's own kind.
+        tried = [place for place in tried if place[0] in ("first", "second", *folders)]
+        self.assertEqual([("first", "libc.so.6"), ("second", "libc.so.6")], tried)
+        self.assertEqual([place[1] for place in places[:2]], ["first", "second"])
+        self.assertEqual(told["found"], "second/libc.so.6")
 
     def test_sources_are_looked_for_in_the_engines_order(self):
         for name in ("t1/deep/m.c", "t1/z/m.c", "t2/m.c", "conf/m.c"):
