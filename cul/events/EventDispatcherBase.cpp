@@ -31,6 +31,13 @@ class EventDispatcherBase::Dummy : public CUL_Event {
 
 // The queues of one priority.
 struct EventDispatcherBase::Level {
+  // Emptied, a queue keeps its places: destroy() always finds one for its Dummy.
+  Level() {
+    constexpr unsigned int kPlaces = 8;
+    timers.reserve(kPlaces);
+    events.reserve(kPlaces);
+  }
+
   AutoList<CUL_Timer_Event*> timers;  // by due time, equal ones in posting order
   AutoList<CUL_Event*> events;        // in posting order
 
@@ -111,7 +118,7 @@ EventDispatcherBase::EventDispatcherBase(unsigned char n)
       levelCount(topLevel + 1),
       destroyed(false) {
   AutoList<Level*> made(levelCount);
-  while (made.count() < levelCount) made.append(new Level);
+  while (made.count() < levelCount) append(made, std::make_unique<Level>());
   levels.reserve(levelCount);
   while (!made.isEmpty()) levels.append(made.remove(0));
 }

@@ -17,7 +17,7 @@ void move(void** to, void* const* from, unsigned int count) {
 }  // namespace
 
 ListImplementation::ListImplementation(unsigned int room, unsigned int step) : step_(step) {
-  reserve(room);
+  if (room > step) reserve(room);  // a step's worth comes with the first entry
 }
 
 ListImplementation::ListImplementation(ListImplementation&& other) noexcept

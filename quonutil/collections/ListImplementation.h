@@ -12,7 +12,8 @@
 /// index at or behind `count()` is the caller's mistake and is not examined. One thread at a time.
 class QUONUTIL_EXPORT ListImplementation {
  public:
-  /// An empty list with room for `room` entries that grows by at least `step` entries.
+  /// An empty list with room for `room` entries that grows by at least `step` entries. Room that
+  /// one step makes is made with the first entry: an empty list costs no allocation then.
   ListImplementation(unsigned int room, unsigned int step);
   ListImplementation(ListImplementation&& other) noexcept;
   ListImplementation(ListImplementation const&) = delete;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <type_traits>
@@ -82,7 +83,7 @@ class StringBuffer {
   /// Replaces the contents by a copy of `count` elements, which may lie in this very object.
   void assign(T const* elements, unsigned int count) {
     if (count <= room_) {
-      if (count != 0) std::memmove(elements_, elements, count * sizeof(T));
+      move(elements_, elements, count);
       setLength(count);
     } else {
       assignLong(elements, count);
@@ -92,7 +93,7 @@ class StringBuffer {
   /// Puts a copy of `count` elements, which may lie in this very object, behind the contents.
   void append(T const* elements, unsigned int count) {
     if (count <= room_ - length_) {
-      if (count != 0) std::memmove(elements_ + length_, elements, count * sizeof(T));
+      move(elements_ + length_, elements, count);
       setLength(length_ + count);
     } else {
       appendLong(elements, count);
@@ -137,6 +138,29 @@ class StringBuffer {
   }
   void release() noexcept {
     if (elements_ != short_) deallocate(elements_, room_);
+  }
+  // Up to sixteen bytes go by two moves that may overlap, both read before one is written: a call
+  // would cost more.
+  static void move(T* to, T const* from, std::size_t count) noexcept {
+    if (count > 16 / sizeof(T)) {
+      std::memmove(to, from, count * sizeof(T));
+    } else if (count * sizeof(T) >= 8) {
+      moveEnds<std::uint64_t>(to, from, count);
+    } else if (count * sizeof(T) >= 4) {
+      moveEnds<std::uint32_t>(to, from, count);
+    } else if (count != 0) {
+      T const first = from[0], middle = from[count / 2], last = from[count - 1];
+      to[0] = first, to[count / 2] = middle, to[count - 1] = last;
+    }
+  }
+  template <class Word>
+  static void moveEnds(T* to, T const* from, std::size_t count) noexcept {
+    std::size_t const behind = count - sizeof(Word) / sizeof(T);
+    Word first, last;
+    std::memcpy(&first, from, sizeof first);
+    std::memcpy(&last, from + behind, sizeof last);
+    std::memcpy(to, &first, sizeof first);
+    std::memcpy(to + behind, &last, sizeof last);
   }
   // Always the whole inner array: of constant size it is two or four moves and no call. An outer
   // buffer is never smaller than the inner one.
