@@ -85,5 +85,5 @@ class CUL_EXPORT DbgCache {
   EncodedString cacheDirectory;  ///< ends in "/"; empty when the cache is unusable
   EncodedString spareText1;      ///< empty; for the engine
   EncodedString spareText2;      ///< empty; for the engine
-  unsigned int expiryHours;
+  unsigned int expiryHours;      ///< how long an unread copy may stay; 48 at first
 };

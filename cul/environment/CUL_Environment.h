@@ -34,15 +34,18 @@ class CUL_EXPORT CUL_Environment {
 
   /// Gives the variable of this name a value where it stands, or adds one when there is none.
   virtual CUL_EnvironmentVariable* set(CUL_EnvironmentVariable const& variable) = 0;
+  /// The same for a name and a value.
   virtual CUL_EnvironmentVariable* set(EncodedString const& name, EncodedString const& value) = 0;
 
   /// Adds a variable at the end, whether or not there is one of this name.
   virtual CUL_EnvironmentVariable* add(CUL_EnvironmentVariable const& variable) = 0;
+  /// The same for a name and a value.
   virtual CUL_EnvironmentVariable* add(EncodedString const& name, EncodedString const& value) = 0;
 
   /// Removes the variable of this name, if there is one. An earlier one of the same name is then
   /// the one that counts.
   virtual CUL_Environment& remove(CUL_EnvironmentVariable const& variable) = 0;
+  /// The same for a name.
   virtual CUL_Environment& remove(EncodedString const& name) = 0;
 
   /// The value of the variable of this name, borrowed; an empty text when there is none, the same

@@ -9,8 +9,9 @@ class CUL_EXPORT CUL_EnvironmentVariable {
  public:
   virtual ~CUL_EnvironmentVariable();
 
-  /// Both texts are borrowed, until the variable changes or goes.
+  /// The name, borrowed until the variable changes or goes.
   virtual EncodedString const& name() const = 0;
+  /// The value, borrowed as the name is.
   virtual EncodedString const& value() const = 0;
 
   /// Replaces the value and returns the variable. The set that owns the variable is not told: an

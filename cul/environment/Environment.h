@@ -9,10 +9,12 @@
 /// from the variables, it drops in `clear_cache()`.
 class CUL_EXPORT Environment : public CUL_Environment {
  public:
-  static constexpr unsigned int kNotFound = 0xFFFFFFFF;
+  static constexpr unsigned int kNotFound = 0xFFFFFFFF;  ///< what `find` gives for no variable
 
   Environment();
+  /// Copies of the variables of `other`, which is an Environment.
   explicit Environment(CUL_Environment const& other);
+  /// The same.
   Environment(Environment const& other) : Environment(static_cast<CUL_Environment const&>(other)) {}
   ~Environment() override;
 
@@ -35,6 +37,7 @@ class CUL_EXPORT Environment : public CUL_Environment {
   /// change. Does nothing here.
   virtual void clear_cache();
 
+  /// As for a CUL_Environment.
   Environment& operator=(Environment const& other) {
     operator=(static_cast<CUL_Environment const&>(other));
     return *this;

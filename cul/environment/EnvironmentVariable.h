@@ -6,7 +6,9 @@
 /// as it was. One thread at a time.
 class CUL_EXPORT EnvironmentVariable : public CUL_EnvironmentVariable {
  public:
+  /// Copies both texts.
   EnvironmentVariable(EncodedString const& name, EncodedString const& value);
+  /// Copies both texts of `other`.
   explicit EnvironmentVariable(CUL_EnvironmentVariable const& other);
   EnvironmentVariable(EnvironmentVariable const&) = default;
   ~EnvironmentVariable() override;
@@ -16,12 +18,13 @@ class CUL_EXPORT EnvironmentVariable : public CUL_EnvironmentVariable {
   CUL_EnvironmentVariable& changeValue(EncodedString const& value) override;
   CUL_EnvironmentVariable& operator=(CUL_EnvironmentVariable const& other) override;
 
+  /// As for a CUL_EnvironmentVariable.
   EnvironmentVariable& operator=(EnvironmentVariable const& other) {
     operator=(static_cast<CUL_EnvironmentVariable const&>(other));
     return *this;
   }
 
  protected:
-  EncodedString nameText;
-  EncodedString valueText;
+  EncodedString nameText;   ///< what `name()` gives
+  EncodedString valueText;  ///< what `value()` gives
 };

@@ -16,7 +16,9 @@
 class CUL_EXPORT UNIX_Environment : public Environment {
  public:
   UNIX_Environment();
+  /// Copies of the variables of `other`, which is an Environment; no array.
   explicit UNIX_Environment(CUL_Environment const& other);
+  /// The same.
   UNIX_Environment(UNIX_Environment const& other)
       : UNIX_Environment(static_cast<CUL_Environment const&>(other)) {}
   ~UNIX_Environment() override;
@@ -26,6 +28,7 @@ class CUL_EXPORT UNIX_Environment : public Environment {
   char** envp() const override;
   void clear_cache() override;
 
+  /// As for a CUL_Environment.
   UNIX_Environment& operator=(UNIX_Environment const& other) {
     operator=(static_cast<CUL_Environment const&>(other));
     return *this;

@@ -93,12 +93,12 @@ class CUL_EXPORT EventDispatcherBase {
   //
   // `wakeup` is reset and posted only under `lock`, and posted after the change that it tells of:
   // a scan that found nothing cannot sleep through a post.
-  List<Level*> levels QUONUTIL_GUARDED_BY(lock);
-  UNIX_Event_Semaphore wakeup;
-  UNIX_Critical_Section lock;
+  List<Level*> levels QUONUTIL_GUARDED_BY(lock);   ///< by priority; owned
+  UNIX_Event_Semaphore wakeup;                     ///< what the dispatch thread sleeps on
+  UNIX_Critical_Section lock;                      ///< see above
   std::atomic<unsigned long> dispatchThread;       ///< 0 when nobody dispatches
   unsigned int pending QUONUTIL_GUARDED_BY(lock);  ///< queued events
   std::atomic<unsigned char> topLevel;             ///< the highest level served
-  unsigned char levelCount;
-  std::atomic<bool> destroyed;
+  unsigned char levelCount;                        ///< 1 to 255
+  std::atomic<bool> destroyed;                     ///< for good
 };

@@ -20,6 +20,7 @@ class CUL_EXPORT CUL_File : public FileName {
 
   /// The file called `name`. `fd` is an open descriptor, which is closed with the file, or -1.
   CUL_File(EncodedString const& name, int fd);
+  /// The same.
   CUL_File(FileName const& name, int fd);
   CUL_File(CUL_File const&) = delete;
   CUL_File& operator=(CUL_File const&) = delete;
@@ -71,9 +72,9 @@ class CUL_EXPORT CUL_File : public FileName {
   int removeMemoryMap(void* address);
 
  protected:
-  mutable MemoryMapManager* mapManager;
-  mutable long position;
-  mutable int fd;
+  mutable MemoryMapManager* mapManager;  ///< owned; null until the first mapping is asked for
+  mutable long position;                 ///< see above
+  mutable int fd;                        ///< see above
   /// For a derived class: while it is not 0, a failed read lowers a known position by one instead
   /// of making it unknown. A successful `open()` clears it.
   mutable unsigned char readFlag;
@@ -93,6 +94,7 @@ class CUL_EXPORT CUL_File::MemoryMapManager {
   virtual void* createMap(long offset, unsigned int length, int fd) = 0;
   /// Gives one use of the mapping back that holds `address`; none does no harm.
   virtual void removeMap(void* address) = 0;
+  /// How many mappings there are; several uses of one are one.
   virtual unsigned int numberOfMaps() const = 0;
   /// Unmaps what is left.
   virtual ~MemoryMapManager();

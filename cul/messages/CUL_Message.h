@@ -36,10 +36,15 @@ class CUL_EXPORT CUL_Message {
   /// How many inserts are taken from a list of arguments; further ones are ignored.
   static constexpr unsigned int kMostArguments = 9;
 
+  /// The empty message.
   CUL_Message();
+  /// The catalog's message `id`, see `set_id`.
   CUL_Message(MsgID const& id);
+  /// The same with copies of `texts` as its inserts.
   CUL_Message(MsgID const& id, List<EncodedString const*> const& texts);
+  /// A literal text.
   CUL_Message(EncodedString const& text);
+  /// A copy, with a text that is kept and inserts of its own.
   CUL_Message(CUL_Message const& other);
   ~CUL_Message();
 
@@ -100,9 +105,9 @@ class CUL_EXPORT CUL_Message {
   unsigned short empty : 1;              ///< neither a valid identifier nor a text
   short idSecond : 14;                   ///< the set's number
   short idFirst;                         ///< the message's number; 0 for a literal text
-  mutable EncodedString msgText;
-  EncodedString suffix;  ///< `text()` puts it behind a catalog's text
-  AutoList<EncodedString*> inserts;
+  mutable EncodedString msgText;         ///< the text that is kept
+  EncodedString suffix;                  ///< `text()` puts it behind a catalog's text
+  AutoList<EncodedString*> inserts;      ///< owned
 };
 
 /// The front end's catalog. Its locale is "en_US" until CUL_Message::set_fe_locale sets another.
@@ -126,7 +131,7 @@ class CUL_EXPORT CUL_Message::MessageServer {
   MessageServer();
   ~MessageServer();
 
-  EncodedString locale;
+  EncodedString locale;  ///< of the catalog, as it was set last
 };
 
 /// The catalog in the process's own locale, as it was when somebody first asked for it.

@@ -106,7 +106,7 @@ class CUL_EXPORT CUL_Api {
   virtual EBCDICtable const* getEBCDICtable(char const* name) const;
 
  protected:
-  ApiType apiType;
-  unsigned char flag : 1;
+  ApiType apiType;            ///< whose platform this object stands for
+  unsigned char flag : 1;     ///< the lowest bit of what the constructor was given
   EncodedString versionText;  ///< what the operating system says of itself; empty when unknown
 };

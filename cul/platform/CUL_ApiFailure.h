@@ -10,6 +10,7 @@
 /// and throw failures. Throws std::bad_alloc itself when memory for the reason runs out.
 class CUL_EXPORT CUL_ApiFailure {
  public:
+  /// What kind of number `rc` is.
   enum FailType : int {
     kUndefined = 0,       ///< no classification
     kApiRc = 1,           ///< rc is the return code of an interface that failed
@@ -29,7 +30,7 @@ class CUL_EXPORT CUL_ApiFailure {
   /// Builds a failure, which traces, and throws it.
   [[noreturn]] static void throwException(FailType type, unsigned int rc, char const* reason);
 
-  FailType failType;
-  unsigned int rc;
+  FailType failType;     ///< what kind of number `rc` is
+  unsigned int rc;       ///< the number that tells what failed
   EncodedString reason;  ///< empty when none was given
 };

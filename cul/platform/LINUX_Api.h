@@ -10,6 +10,7 @@
 /// asked for; where there is none it is 0.0.0. Nothing here fails. Any thread may ask.
 class CUL_EXPORT LINUX_Api : public UNIX_Api {
  public:
+  /// Reads /proc/version; the arguments are those of CUL_Api.
   LINUX_Api(ApiType type, int flag);
   ~LINUX_Api() override;
 
@@ -24,7 +25,7 @@ class CUL_EXPORT LINUX_Api : public UNIX_Api {
 
  protected:
   // Whoever asks first stores them; several at once store the same.
-  mutable std::atomic<int> major;
-  mutable std::atomic<int> minor;
-  mutable std::atomic<int> patch;
+  mutable std::atomic<int> major;  ///< 0 until it is asked for, and where there is none
+  mutable std::atomic<int> minor;  ///< good when `major` is
+  mutable std::atomic<int> patch;  ///< good when `major` is
 };

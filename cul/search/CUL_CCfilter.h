@@ -13,20 +13,25 @@ class CUL_EXPORT CUL_CCfilter {
  public:
   class FileFilter;  // the host's own
 
+  /// What becomes of the modules that a pattern matches.
   enum InclusionType : int {
     kIncluded = 1,  ///< the modules that match are selected
     kExcluded = 2,
   };
+  /// What is collected.
   enum CoverageType : int {
     kNoCoverage = 0,  ///< no module is selected
   };
+  /// Whether it is shown while it is collected.
   enum OnTheFlyCoverage : int {
     kOnTheFlyDefault = 1,
   };
+  /// How it is shown.
   enum ViewMode : int {
     kViewDefault = 1,
   };
 
+  /// Borrows both lists and keeps the rest as it is given.
   CUL_CCfilter(List<FileFilter const*> const& files, List<EncodedString const*> const& patterns,
                InclusionType inclusionType, CoverageType coverageType, OnTheFlyCoverage onTheFly,
                ViewMode viewMode);
@@ -44,10 +49,10 @@ class CUL_EXPORT CUL_CCfilter {
   bool testModule(EncodedString const& module) const;
 
  protected:
-  List<FileFilter const*> const& file_filters;
-  List<EncodedString const*> const& modules;
-  InclusionType inclusion;
-  CoverageType coverage;
-  OnTheFlyCoverage on_the_fly;
-  ViewMode view_mode;
+  List<FileFilter const*> const& file_filters;  ///< borrowed; kept for the host
+  List<EncodedString const*> const& modules;    ///< borrowed; the patterns
+  InclusionType inclusion;                      ///< as it was given
+  CoverageType coverage;                        ///< as it was given
+  OnTheFlyCoverage on_the_fly;                  ///< as it was given; kept for the host
+  ViewMode view_mode;                           ///< as it was given; kept for the host
 };

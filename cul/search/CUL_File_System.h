@@ -63,6 +63,6 @@ class CUL_EXPORT CUL_File_System {
  protected:
   CUL_File_System();
 
-  FileName current_directory;
+  FileName current_directory;      ///< empty for the process's own
   wchar_t const* path_separators;  ///< any of these ASCII characters; ends in a zero
 };

@@ -22,7 +22,7 @@ class CUL_EXPORT UNIX_File_System : public CUL_File_System {
   void rebuildSearchPaths() const;
 
  protected:
-  mutable AutoList<FileName*> source_paths;
+  mutable AutoList<FileName*> source_paths;   ///< the configured source directories
   mutable EncodedString source_path_setting;  ///< the text that source_paths was made of
 
  private:

@@ -25,6 +25,7 @@ class CUL_EXPORT Bit_Pattern {
   /// nowhere. No digit at all is the value 0.
   Bit_Pattern(unsigned int bits, char const* text);
 
+  /// A copy, in a buffer of its own.
   Bit_Pattern(Bit_Pattern const& other);
   ~Bit_Pattern();
 
@@ -45,9 +46,12 @@ class CUL_EXPORT Bit_Pattern {
   /// Sets `out` to two upper-case digits a byte, the highest byte first, leading zeros included,
   /// and returns it. A byte text gets the encoding kLibraryText.
   CharString& format(CharString& out) const;
+  /// The same as a byte text.
   EncodedString& format(EncodedString& out) const;
 
+  /// True when every bit is 0, also of the empty pattern.
   bool is_zero() const;
+  /// True when a bit is 1.
   bool is_non_zero() const { return !is_zero(); }
 
   /// The value of a pattern of 1, 2, 4 or 8 bytes; 0 for every other size.

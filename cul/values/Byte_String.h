@@ -48,6 +48,7 @@ class CUL_EXPORT Byte_String {
 
   /// The bytes, borrowed until the string changes or goes; null when there is no buffer.
   unsigned char const* bytes() const noexcept { return data; }
+  /// How many bytes there are.
   unsigned int count() const noexcept { return length; }
 
   /// Makes room for `n` bytes in all. The bytes stay.

@@ -16,22 +16,27 @@
 /// thread at a time changes it.
 class CUL_EXPORT Unsigned_Bits {
  public:
+  /// The number `value`.
   explicit Unsigned_Bits(unsigned long value = 0) noexcept : value_(value) {}
 
+  /// The number.
   unsigned long value() const noexcept { return value_; }
 
   /// Lower-case hexadecimal digits, without a prefix and without leading zeros; "0" for zero. A
   /// byte text gets the encoding kSystemText.
   EncodedString& format(EncodedString& out) const;
+  /// The same as a wide text.
   CharString& format(CharString& out) const;
 
   /// Upper-case hexadecimal digits with leading zeros. `width` is a size in bytes: 8 gives the 16
   /// digits of the number, anything else the 8 digits of its low 32 bits. Encoding kLibraryText.
   EncodedString& hex_format(EncodedString& out, unsigned int width) const;
+  /// The same as a wide text.
   CharString& hex_format(CharString& out, unsigned int width) const;
 
   /// Decimal digits. Encoding kLibraryText.
   EncodedString& dec_format(EncodedString& out) const;
+  /// The same as a wide text.
   CharString& dec_format(CharString& out) const;
 
   /// Reads the number that `text` begins with, in base 10 or 16. Returns false, and keeps the old

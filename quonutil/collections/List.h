@@ -11,12 +11,17 @@ class List {
   static_assert(std::is_pointer<T>::value, "a List holds pointers");
 
  public:
+  /// An empty list; `room` and `step` as for ListImplementation.
   explicit List(unsigned int room = 8, unsigned int step = 8) : entries_(room, step) {}
 
+  /// How many elements there are.
   unsigned int count() const noexcept { return entries_.count(); }
+  /// True when there is none.
   bool isEmpty() const noexcept { return entries_.count() == 0; }
+  /// The element at `index`.
   T operator[](unsigned int index) const noexcept { return static_cast<T>(entries_.at(index)); }
 
+  /// Puts `element` behind the last one.
   void append(T element) { entries_.append(untyped(element)); }
   /// Puts `element` in front of the one at `index`; at `count()` it becomes the last.
   void insert(unsigned int index, T element) { entries_.insert(index, untyped(element)); }

@@ -15,14 +15,18 @@ class QUONUTIL_EXPORT ListImplementation {
   /// An empty list with room for `room` entries that grows by at least `step` entries. Room that
   /// one step makes is made with the first entry: an empty list costs no allocation then.
   ListImplementation(unsigned int room, unsigned int step);
+  /// Takes the entries of `other`, which is empty afterwards.
   ListImplementation(ListImplementation&& other) noexcept;
   ListImplementation(ListImplementation const&) = delete;
   ListImplementation& operator=(ListImplementation const&) = delete;
   ~ListImplementation();
 
+  /// How many entries there are.
   unsigned int count() const noexcept { return count_; }
+  /// The entry at `index`.
   void* at(unsigned int index) const noexcept { return first_[index]; }
 
+  /// Puts `entry` behind the last one.
   void append(void* entry) {
     if (spareBehind() == 0) return insert(count_, entry);
     first_[count_++] = entry;

@@ -12,8 +12,9 @@
 /// is free to any number of threads.
 class QUONUTIL_EXPORT MD5 {
  public:
-  static constexpr unsigned int kBytes = 16;
+  static constexpr unsigned int kBytes = 16;  ///< of a digest
 
+  /// The forms of the text.
   enum OutputString : int {
     kHexadecimal = 0,  ///< 32 lowercase hexadecimal digits, as md5sum prints them
   };

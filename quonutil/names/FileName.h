@@ -19,8 +19,11 @@
 class QUONUTIL_EXPORT FileName : public EncodedString {
  public:
   FileName() noexcept = default;
+  /// The name `text`, a copy, with its parts.
   FileName(EncodedString const& text);
+  /// The name `text`, taken, with its parts.
   FileName(EncodedString&& text) noexcept;
+  /// The name `text` as UTF-8, with its parts.
   FileName(CharString const& text);
   FileName(FileName const&) = default;
   FileName(FileName&&) noexcept = default;

@@ -8,7 +8,7 @@
 /// starts the parts that read them, and writes them away when it ends. One thread at a time.
 class QUONUTIL_EXPORT DebuggerSettings {
  public:
-  static constexpr unsigned int kSettings = 32;
+  static constexpr unsigned int kSettings = 32;  ///< how many records there are
 
   /// Records that have a name here. The others belong to other parts of the debugger.
   enum Index : unsigned int {

@@ -7,6 +7,7 @@
 /// They live as long as the process. Any thread may look one up.
 class QUONUTIL_EXPORT EBCDICtableStore {
  public:
+  /// The process's one store, made at first use.
   static EBCDICtableStore* instance();
 
   /// The table of a code page, "037" or "1047"; for a null name that of 037. Null for any other

@@ -28,21 +28,23 @@ class QUONUTIL_EXPORT EncodedString : public StringBuffer<char> {
   EncodedString(char const* bytes, unsigned int length, Encoding encoding)
       : StringBuffer(bytes, length), encoding_(encoding) {}
 
+  /// A copy of the bytes.
   EncodedString(ByteString const& bytes, Encoding encoding)
       : EncodedString(bytes.text(), bytes.length(), encoding) {}
 
   /// The wide text in kLibraryText; see CharString::encoded().
   EncodedString(CharString const& text);
 
+  /// How the bytes are to be read.
   Encoding encoding() const noexcept { return encoding_; }
 
   /// The text's bytes in another encoding. `substitute` stands in for a character that the target
   /// encoding lacks; it lacks none here, so the bytes stay the same and `substitute` may be null.
   ByteString convert(Encoding target, char const* substitute) const;
 
-  /// The text in front of, and the text behind, the first `separator`. Without one, all of the
-  /// text stands in front of it and nothing behind it.
+  /// The text in front of the first `separator`; all of it when there is none.
   EncodedString allBefore(unsigned char separator) const;
+  /// The text behind the first `separator`; nothing when there is none.
   EncodedString allAfter(unsigned char separator) const;
 
   /// Puts `character` at the end of the text unless it stands there already.
@@ -53,6 +55,7 @@ class QUONUTIL_EXPORT EncodedString : public StringBuffer<char> {
   /// Cuts the text in front of its first zero byte: what the system sees of it as a path.
   void cutAtZero() noexcept { cut(static_cast<unsigned int>(std::strlen(data()))); }
 
+  /// Puts the bytes of `other`, which may be this very text, at the end.
   EncodedString& operator+=(EncodedString const& other) {
     append(other.data(), other.length());
     return *this;

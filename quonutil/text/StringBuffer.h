@@ -30,7 +30,9 @@ class StringBuffer {
 
  public:
   StringBuffer() noexcept : elements_(short_), length_(0), room_(kShortRoom) { short_[0] = T(); }
+  /// A copy of `count` elements.
   StringBuffer(T const* elements, unsigned int count) : StringBuffer() { assign(elements, count); }
+  /// A copy of the contents; room to spare is not copied.
   StringBuffer(StringBuffer const& other) : elements_(short_), room_(kShortRoom) {
     if (other.length_ <= kShortRoom) {
       copyShort(other);
@@ -38,6 +40,7 @@ class StringBuffer {
       copyLong(other);
     }
   }
+  /// Takes the contents of `other`, which is empty afterwards.
   StringBuffer(StringBuffer&& other) noexcept : elements_(short_), room_(kShortRoom) {
     take(other);
   }
@@ -53,10 +56,12 @@ class StringBuffer {
   }
   ~StringBuffer() { release(); }
 
+  /// Replaces the contents by a copy of those of `other`.
   StringBuffer& operator=(StringBuffer const& other) {
     if (this != &other) assign(other.elements_, other.length_);
     return *this;
   }
+  /// Takes the contents of `other`, which is empty afterwards.
   StringBuffer& operator=(StringBuffer&& other) noexcept {
     if (this != &other) {
       release();
@@ -67,10 +72,12 @@ class StringBuffer {
 
   /// The number of elements, the terminating zero not among them.
   unsigned int length() const noexcept { return length_; }
+  /// True when there is no element.
   bool isEmpty() const noexcept { return length_ == 0; }
 
   /// The elements, ended by a zero. Borrowed: valid until the object changes or goes.
   T const* data() const noexcept { return elements_; }
+  /// The same, to be written to; the zero behind the last one stays as it is.
   T* data() noexcept { return elements_; }
 
   /// Makes the length exactly `count`. What the elements then hold is unspecified; the caller

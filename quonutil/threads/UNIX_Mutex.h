@@ -20,7 +20,9 @@ class QUONUTIL_LOCK UNIX_Mutex {
   UNIX_Mutex& operator=(UNIX_Mutex const&) = delete;
   ~UNIX_Mutex() { ::pthread_mutex_destroy(&mutex_); }
 
+  /// Waits until the lock is free or this thread's own.
   void request() noexcept QUONUTIL_ACQUIRES() { ::pthread_mutex_lock(&mutex_); }
+  /// Gives back what one `request` took.
   void release() noexcept QUONUTIL_RELEASES() { ::pthread_mutex_unlock(&mutex_); }
 
  private:

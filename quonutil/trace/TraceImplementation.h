@@ -28,9 +28,11 @@ class QUONUTIL_EXPORT TraceImplementation {
   TraceImplementation(TraceImplementation const&) = delete;
   TraceImplementation& operator=(TraceImplementation const&) = delete;
 
+  /// True when lines of that kind are wanted.
   bool isSet(TraceFlag flag) const noexcept {
     return flags_[static_cast<unsigned char>(flag)].load(std::memory_order_relaxed) != 0;
   }
+  /// Sets or clears a flag byte.
   void setFlag(TraceFlag flag, bool on) noexcept;
 
   /// Sends the lines to `sink`, with `context` handed through; null sends them to standard error,
