@@ -4,9 +4,13 @@
 A benchmark is called WORKLOAD/SUBJECT[/ARGUMENT…]. The subject `cul` is ours; what has the same
 workload and arguments is its peer. Of repeated runs the medians are compared, and beside that
 ratio stands the worst one: our slowest repetition against the peer's median.
+
+With `--keep DIRECTORY` in front, the ratios are kept there too: all of them as ratios.json, and
+those of each file as a FILE.data that scripts/chart.gp draws.
 """
 
 import json
+import pathlib
 import re
 import statistics
 import sys
@@ -50,7 +54,8 @@ def by_number(case):
     return workload, [(0, int(a), "") if a.isdigit() else (1, 0, a) for a in arguments.split("/")]
 
 
-def rows(found):
+def comparisons(found):
+    """Yields each of our cases beside each of its peers."""
     for workload, arguments in sorted(found, key=by_number):
         subjects = found[workload, arguments]
         ours = subjects.pop(OURS, None)
@@ -58,18 +63,40 @@ def rows(found):
             continue
         for peer, theirs in sorted(subjects.items()):
             median = statistics.median(theirs)
-            yield (workload, arguments, readable(statistics.median(ours)), peer, readable(median),
-                   f"{statistics.median(ours) / median:.2f}", f"{max(ours) / median:.2f}")  # fmt: skip
+            yield {"workload": workload, "arguments": arguments, "peer": peer,
+                   "ours": statistics.median(ours), "theirs": median,
+                   "ratio": statistics.median(ours) / median,
+                   "worst": max(ours) / median}  # fmt: skip
+
+
+def cells(row):
+    return (row["workload"], row["arguments"], readable(row["ours"]), row["peer"],
+            readable(row["theirs"]), f"{row['ratio']:.2f}", f"{row['worst']:.2f}")  # fmt: skip
+
+
+def keep(directory, families):
+    """Writes what a program, and what the chart, reads."""
+    (directory / "ratios.json").write_text(json.dumps(families, indent=1) + "\n")
+    for family, rows in families.items():
+        lines = [f'"{r["workload"]} {r["arguments"]}/ {r["peer"]}"\t{r["ratio"]}\t{r["worst"]}\n'
+                 for r in reversed(rows)]  # fmt: skip
+        (directory / f"{family}.data").write_text("".join(lines))
 
 
 def main():
-    head = ("workload", "arguments", "ours", "peer", "peer's", "ratio", "worst")
-    table = [head, *rows(times(sys.argv[1:]))]
+    paths, directory = sys.argv[1:], None
+    if paths[:1] == ["--keep"]:
+        directory, paths = pathlib.Path(paths[1]), paths[2:]
+    families = {pathlib.Path(path).stem: list(comparisons(times([path]))) for path in paths}
+    table = [("workload", "arguments", "ours", "peer", "peer's", "ratio", "worst")]
+    table += [cells(row) for rows in families.values() for row in rows]
     if len(table) == 1:
         sys.exit("no benchmark of ours stands beside a peer")
-    widths = [max(len(row[i]) for row in table) for i in range(len(head))]
+    widths = [max(map(len, column)) for column in zip(*table)]
     for row in table:
         print("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip())
+    if directory is not None:
+        keep(directory, families)
     return 0
 
 
