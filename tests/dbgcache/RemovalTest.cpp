@@ -41,6 +41,7 @@ class Removal : public testing::Test {
 
   // Runs the process-wide dispatcher while the clock goes on by `steps` half hours.
   static void dispatch(int steps) {
+    CUL_Dispatcher::instance()->block(1);  // the timers are on the level that is always served
     ThreadFronts::onWait = [&steps](unsigned long) {
       if (steps-- == 0) CUL_Dispatcher::instance()->destroy();
       ThreadFronts::clock += kHalfAnHour;

@@ -14,6 +14,7 @@ class Dispatcher : public testing::Test {
   ~Dispatcher() override {
     ThreadFronts::clear();
     EXPECT_EQ(ThreadFronts::held, 0);
+    EXPECT_EQ(TestDispatcher(1).dispatchThread + dispatcher.dispatchThread, 0U);
   }
 
   TestDispatcher dispatcher{3};

@@ -43,6 +43,7 @@ class TestDispatcher : public EventDispatcherBase {
  public:
   using EventDispatcherBase::_process_event;
   using EventDispatcherBase::_waitpop;
+  using EventDispatcherBase::dispatchThread;
   using EventDispatcherBase::EventDispatcherBase;
 
   CUL_Event* plain(char name, unsigned char priority) {
