@@ -94,7 +94,11 @@ void StringBuffer<T>::joinLong(StringBuffer const& first, StringBuffer const& se
 }
 
 template <class T>
-void StringBuffer<T>::assignLong(T const* elements, unsigned int count) {
+void StringBuffer<T>::assignMany(T const* elements, unsigned int count) {
+  if (count <= room_) {
+    std::memmove(elements_, elements, std::size_t{count} * sizeof(T));
+    return setLength(count);
+  }
   T* const larger = allocate(count);
   std::memcpy(larger, elements, std::size_t{count} * sizeof(T));
   replaceStorage(larger, count);
@@ -102,7 +106,11 @@ void StringBuffer<T>::assignLong(T const* elements, unsigned int count) {
 }
 
 template <class T>
-void StringBuffer<T>::appendLong(T const* elements, unsigned int count) {
+void StringBuffer<T>::appendMany(T const* elements, unsigned int count) {
+  if (count <= room_ - length_) {
+    std::memmove(elements_ + length_, elements, std::size_t{count} * sizeof(T));
+    return setLength(length_ + count);
+  }
   unsigned int const needed = counted(std::size_t{length_} + count);
   unsigned int const twice = room_ > kLongest / 2 ? kLongest : room_ * 2;
   unsigned int const room = std::max(needed, twice);

@@ -89,21 +89,21 @@ class StringBuffer {
 
   /// Replaces the contents by a copy of `count` elements, which may lie in this very object.
   void assign(T const* elements, unsigned int count) {
-    if (count <= room_) {
-      move(elements_, elements, count);
+    if (count <= kFew && count <= room_) {
+      moveFew(elements_, elements, count);
       setLength(count);
     } else {
-      assignLong(elements, count);
+      assignMany(elements, count);
     }
   }
 
   /// Puts a copy of `count` elements, which may lie in this very object, behind the contents.
   void append(T const* elements, unsigned int count) {
-    if (count <= room_ - length_) {
-      move(elements_ + length_, elements, count);
+    if (count <= kFew && count <= room_ - length_) {
+      moveFew(elements_ + length_, elements, count);
       setLength(length_ + count);
     } else {
-      appendLong(elements, count);
+      appendMany(elements, count);
     }
   }
 
@@ -134,6 +134,7 @@ class StringBuffer {
 
  private:
   static constexpr unsigned int kShortRoom = sizeof(T) == 1 ? 15 : 7;
+  static constexpr unsigned int kFew = 16 / sizeof(T);  // are moved without a call
 
   [[noreturn]] QUONUTIL_EXPORT static void refuse();
   static T* allocate(unsigned int room);
@@ -146,12 +147,9 @@ class StringBuffer {
   void release() noexcept {
     if (elements_ != short_) deallocate(elements_, room_);
   }
-  // Up to sixteen bytes go by two moves that may overlap, both read before one is written: a call
-  // would cost more.
-  static void move(T* to, T const* from, std::size_t count) noexcept {
-    if (count > 16 / sizeof(T)) {
-      std::memmove(to, from, count * sizeof(T));
-    } else if (count * sizeof(T) >= 8) {
+  // By two moves that may overlap, both read before one is written: a call would cost more.
+  static void moveFew(T* to, T const* from, std::size_t count) noexcept {
+    if (count * sizeof(T) >= 8) {
       moveEnds<std::uint64_t>(to, from, count);
     } else if (count * sizeof(T) >= 4) {
       moveEnds<std::uint32_t>(to, from, count);
@@ -191,8 +189,8 @@ class StringBuffer {
   }
   QUONUTIL_EXPORT void copyLong(StringBuffer const& other);
   QUONUTIL_EXPORT void joinLong(StringBuffer const& first, StringBuffer const& second);
-  QUONUTIL_EXPORT void assignLong(T const* elements, unsigned int count);
-  QUONUTIL_EXPORT void appendLong(T const* elements, unsigned int count);
+  QUONUTIL_EXPORT void assignMany(T const* elements, unsigned int count);
+  QUONUTIL_EXPORT void appendMany(T const* elements, unsigned int count);
   void replaceStorage(T* elements, unsigned int room) noexcept;
 
   T* elements_;
