@@ -4,12 +4,14 @@
 # A shared library of this project.
 function(cul_library name)
   add_library(${name} SHARED)
-  add_library(cul::${name} ALIAS ${name})
+  add_library(${name}::${name} ALIAS ${name})
   target_compile_features(${name} PUBLIC cxx_std_17 PRIVATE cxx_std_20)
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
   target_link_libraries(${name} PRIVATE
     $<BUILD_INTERFACE:cul_warnings> $<BUILD_INTERFACE:cul_hardening> $<BUILD_INTERFACE:cul_fortify>)
-  set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+  string(TOUPPER ${name} NAME)
+  set(map ${PROJECT_BINARY_DIR}/${name}.map)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/exports.map.in ${map} @ONLY)
   target_compile_options(${name} PRIVATE
     # Calls inside one source file stay there, as clang has it anyway. What a test puts its own in
     # place of is called from other files.
@@ -19,8 +21,8 @@ function(cul_library name)
   target_link_options(${name} PRIVATE LINKER:--gc-sections LINKER:--version-script=${map})
   set_target_properties(${name} PROPERTIES
     LINK_DEPENDS ${map}
-    VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR}
+    VERSION ${CUL_ABI}.${PROJECT_VERSION}
+    SOVERSION ${CUL_ABI}
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     INSTALL_RPATH "$ORIGIN")  # the two libraries lie side by side, wherever that is
