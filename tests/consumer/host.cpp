@@ -1,12 +1,19 @@
 // Crosses the border between a host and the installed libraries: texts go in, a name comes out, and
-// a failure is thrown over it.
+// a failure is thrown over it. With a locale, shows a message in its language.
 #include <cerrno>
 #include <cstdio>
 
+#include "cul/messages/CUL_Message.h"
+#include "cul/messages/CUL_Product.h"
 #include "cul/platform/CUL_Api.h"
 #include "cul/platform/UNIX_ApiFailure.h"
 
-int main() {
+int main(int argc, char** argv) {
+  if (argc > 1) {
+    CUL_Product::instance()->set_locale(EncodedString(argv[1], EncodedString::kSystemText));
+    std::puts(CUL_Message(MsgID{1, 2}, List<EncodedString const*>()).text().data());
+    return 0;
+  }
   FileName found;
   FileName const shell(EncodedString("sh", EncodedString::kSystemText));
   EncodedString const path("/nowhere:/bin", EncodedString::kSystemText);
