@@ -2,8 +2,10 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
 #include <utility>
 
+#include "cul/base/Append.h"
 #include "cul/base/Tracing.h"
 #include "cul/messages/Substitution.h"
 
@@ -17,8 +19,7 @@ constexpr char kFirstLocale[] = "en_US";
 enum PrintFlags : int { kOnStandardError = 1, kEmptyLineBefore = 2, kEmptyLineAfter = 4 };
 
 void appendCopy(Texts& copies, EncodedString const& text) {
-  copies.reserve(copies.count() + 1);  // or the copy would be lost when the list cannot grow
-  copies.append(new EncodedString(text));
+  append(copies, std::make_unique<EncodedString>(text));
 }
 
 template <class Element>
