@@ -59,15 +59,18 @@ class Cache(ToolTest):
         (self.directory / "inside").mkdir()
         rows = [("48", ":48", 48 * HOUR), ("1", ":1", HOUR), ("1193047", ":1193047", 1904),
                 ("0", "::flush", 0), ("2000", ":2000", 2000 * HOUR)]  # fmt: skip
-        # A clock that stands still: the second of the limit itself must stay.
-        now = 1_800_000_000
-        preload = self.program("faketime", "now", "printenv", "LD_PRELOAD").strip()
-        self.environment.update(LD_PRELOAD=preload, FAKETIME="2027-01-15 08:00:00", TZ="UTC",
-                                NO_FAKE_STAT="1")  # fmt: skip
+        # A clock that stands still shows that the second of the limit itself stays. A sanitizer
+        # lets nothing be loaded in front of it: there the clock runs, and no age can be that exact.
+        now, spare = None, 90
+        if not os.environ.get("CUL_SANITIZE"):
+            now, spare = 1_800_000_000 * 10**9, 0
+            preload = self.program("faketime", "now", "printenv", "LD_PRELOAD").strip()
+            self.environment.update(LD_PRELOAD=preload, FAKETIME="2027-01-15 08:00:00", TZ="UTC",
+                                    NO_FAKE_STAT="1")  # fmt: skip
         for hours, rest, limit in rows:
-            for name, age in (("exact", limit), ("older", limit + 1), ("ancient", 10**9)):
-                self.copy(name, b"", age, now * 10**9)
-            self.read_ago(self.write("outside"), limit + 2, now * 10**9)
+            for name, age in (("stays", limit - spare), ("older", limit + 1), ("ancient", 10**9)):
+                self.copy(name, b"", age, now)
+            self.read_ago(self.write("outside"), limit + 2, now)
             told = self.json("cache", "would-remove", hours, *self.at)
             twin = self.scratch / f"cul-test-twin-{hours}"
             shutil.copytree(self.directory, twin, symlinks=True)
