@@ -13,7 +13,8 @@ class QUONUTIL_LOCK_HOLDER LockGuard {
   }
   LockGuard(LockGuard const&) = delete;
   LockGuard& operator=(LockGuard const&) = delete;
-  ~LockGuard() QUONUTIL_RELEASES() { lock_.release(label_, line_); }
+  // Called on one way out it would keep the guard in memory on all of them.
+  [[gnu::always_inline]] ~LockGuard() QUONUTIL_RELEASES() { lock_.release(label_, line_); }
 
  private:
   UNIX_Critical_Section& lock_;

@@ -11,7 +11,7 @@ class EventDispatcherBase;
 /// maker's, while it is queued the dispatcher's, and from then on the dispatch thread's.
 class CUL_EXPORT CUL_Event {
  public:
-  CUL_Event() noexcept;
+  CUL_Event() noexcept : tag(this), purged(false), isTimer(false) {}
   CUL_Event(CUL_Event const&) = delete;
   CUL_Event& operator=(CUL_Event const&) = delete;
 

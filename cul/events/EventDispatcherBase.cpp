@@ -41,7 +41,15 @@ struct EventDispatcherBase::Level {
   AutoList<CUL_Timer_Event*> timers;  // by due time, equal ones in posting order
   AutoList<CUL_Event*> events;        // in posting order
 
-  void insert(CUL_Timer_Event& timer) { timers.insert(placeOf(timer), &timer); }
+  void insert(CUL_Timer_Event& timer) {
+    unsigned int const count = timers.count();
+    // Most come in the order of their due times.
+    if (count == 0 || timers[count - 1]->timeoutTime <= timer.timeoutTime) {
+      timers.append(&timer);
+    } else {
+      timers.insert(placeOf(timer), &timer);
+    }
+  }
 
   // Takes the next event that may run off the levels up to `top`, or gives null and lowers
   // `shortest` to the microseconds that the nearest due time on them is away.
@@ -74,15 +82,15 @@ struct EventDispatcherBase::Level {
   }
 
  private:
-  // In front of the first that is due later. Most come in the order of their due times.
+  // In front of the first that is due later; there is one.
   unsigned int placeOf(CUL_Timer_Event const& timer) const {
     unsigned int low = 0;
     unsigned int left = timers.count();
-    if (left == 0 || timers[left - 1]->timeoutTime <= timer.timeoutTime) return left;
     // Written so that the compiler need not branch on what nobody can predict.
     while (left > 1) {
       unsigned int const half = left / 2;
-      low += timers[low + half - 1]->timeoutTime <= timer.timeoutTime ? half : 0;
+      low += half *
+             static_cast<unsigned int>(timers[low + half - 1]->timeoutTime <= timer.timeoutTime);
       left -= half;
     }
     return low;

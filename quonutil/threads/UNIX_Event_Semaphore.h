@@ -15,8 +15,10 @@ class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
   UNIX_Event_Semaphore& operator=(UNIX_Event_Semaphore const&) = delete;
   ~UNIX_Event_Semaphore() = default;
 
-  /// Opens the gate and wakes everybody who waits; no system call when nobody does. A thread that
-  /// holds a UNIX_Critical_Section wakes them when it next releases one, or waits here itself.
+  /// Opens the gate and wakes everybody who waits; no system call when nobody does, and nothing at
+  /// all when the gate is open. A thread that holds a UNIX_Critical_Section wakes them when it next
+  /// releases one, or waits here itself. What a post tells of is handed over under a lock, or by
+  /// sequentially consistent operations: then whoever resets the gate and looks afterwards sees it.
   void post() noexcept;
   /// Closes the gate.
   void reset() noexcept;
