@@ -9,11 +9,8 @@
 class Descriptor {
  public:
   explicit Descriptor(int fd = -1) noexcept : fd_(fd) {}
-  Descriptor(Descriptor&& other) noexcept : fd_(other.release()) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    reset(other.release());
-    return *this;
-  }
+  Descriptor(Descriptor const&) = delete;
+  Descriptor& operator=(Descriptor const&) = delete;
   ~Descriptor() { reset(); }
 
   bool operator!() const = delete;  // 0 is a descriptor

@@ -16,12 +16,9 @@ timespec readingIn(unsigned long milliseconds) noexcept {
   constexpr long kNanoseconds = 1'000'000'000;
   timespec reading;
   ::clock_gettime(CLOCK_MONOTONIC, &reading);
-  reading.tv_sec += static_cast<long>(milliseconds / 1'000);
-  reading.tv_nsec += static_cast<long>(milliseconds % 1'000) * 1'000'000;
-  if (reading.tv_nsec >= kNanoseconds) {
-    reading.tv_nsec -= kNanoseconds;
-    ++reading.tv_sec;
-  }
+  long const nanoseconds = reading.tv_nsec + static_cast<long>(milliseconds % 1'000) * 1'000'000;
+  reading.tv_sec += static_cast<long>(milliseconds / 1'000) + nanoseconds / kNanoseconds;
+  reading.tv_nsec = nanoseconds % kNanoseconds;
   return reading;
 }
 

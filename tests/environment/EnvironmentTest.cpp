@@ -71,6 +71,16 @@ TEST(Environment, EveryChangeDropsTheArrayFirstAndTouchesTheLastOfEqualNames) {
   EXPECT_EQ(bytesOf(copy.value(text("a"))), "\xFF");
   EXPECT_EQ(&copy.value(text("B")), &other.value(text("C")));
   EXPECT_EQ(copy.find(text("B")), 4294967295U);
+  UNIX_Environment twin(copy);
+  EXPECT_EQ(twin.numvars(), 4U);
+  twin = other;
+  twin = static_cast<UNIX_Environment const&>(twin);  // keeps what it holds
+  EXPECT_EQ(joined(twin.envp(), ';'), joined(other.envp(), ';'));
+  EnvironmentVariable variable(text("a"), text("1")), second(text("b"), text("2"));
+  variable = second;
+  static_cast<CUL_EnvironmentVariable&>(second) = *list[2];
+  EXPECT_EQ(bytesOf(variable.name()) + bytesOf(variable.value()), "b2");
+  EXPECT_EQ(bytesOf(second.name()) + bytesOf(second.value()), "a\xFF");
 }
 
 // What a child finds in its environment when it is started with this array.

@@ -20,6 +20,8 @@ TEST_F(File, StaysOpenWhenItIsMeasuredOrOpenedAgain) {
   EXPECT_EQ(file.position, 2);
   for (int i = 0; i < 2; ++i) file.close();
   EXPECT_EQ(file.position, -1);
+  CUL_File again(fileName(file.data()), ::open(file.data(), O_RDONLY));
+  EXPECT_EQ(again.read(bytes, 9, -1), 4);
   TestFile const handedOver("any", ::open(file.data(), O_RDONLY));
   EXPECT_EQ(handedOver.position, -1);
   struct stat state;

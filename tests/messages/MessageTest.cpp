@@ -61,6 +61,15 @@ TEST_F(MessageTest, WhichOperationsForgetTheText) {
   EXPECT_EQ(bytesOf(message.text()) + bytesOf(message.suffix), "%1");
   message.set_inserts(copy.inserts);
   EXPECT_TRUE(message.text().isEmpty());
+  List<EncodedString const*> lent;
+  lent.append(&b);
+  TestMessage other(MsgID{1, 1}, lent);
+  EXPECT_EQ(bytesOf(other.text()), "<b%9>");
+  other.set_inserts(lent);
+  message = static_cast<TestMessage const&>(other);
+  other = static_cast<TestMessage const&>(other);  // keeps what it holds
+  EXPECT_EQ(bytesOf(message.text()) + bytesOf(other.text()), "<b%9><b%9>");
+  EXPECT_EQ(other.inserts.count() + message.inserts.count(), 2U);
   message.set_id(MsgID{7, 8192});
   EXPECT_EQ(bytesOf(message.text()), "dmg: no message 7 in set -8192");
 }
@@ -106,6 +115,22 @@ TEST_F(MessageTest, Printing) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), (flags & 1 ? all : "") + "\n\n%1\n\n");
     EXPECT_THAT(capture.lines(), testing::ElementsAre("messagePopup ERROR %1"));
   }
+}
+
+TEST_F(MessageTest, TheModulesOfTheLanguages) {
+  std::string names;
+  FileName name = fileName("before");
+  for (int language = -1; language <= 17; ++language) {
+    for (char kind : {'\2', '2'}) {
+      auto const code = static_cast<VKT_Language>(language);
+      CUL_Product::instance()->expression_evaluator_name(name, code, kind);
+      names += bytesOf(name.base()) + ' ';
+    }
+  }
+  EXPECT_EQ(names,
+            "    quonecx1 quonxcx1 quonecx1 quonxcx1 quonepx1 quonxpx1 quonepl1 quonxpl1 "
+            "quonerp1 quonxrp1 quonecb1 quonxcb1 kcv3asmr kcv3asmr     quonejv1 quonxjv1 "
+            "quoneft1 quonxft1       quonecx1 quonxcx1 quonexX1 quonxxX1   ");
 }
 
 }  // namespace

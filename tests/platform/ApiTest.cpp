@@ -49,6 +49,9 @@ TEST(ApiObject, TheLocalOneKnowsTheCodePages) {
   Kernel other(3);
   EXPECT_EQ(CUL_Api::defaultApi(&other), &other);
   EXPECT_EQ(other.flag - Kernel(2).flag, 1);
+  int process = 0;
+  EXPECT_EQ(CUL_Api::getpid(process) + CUL_Api::getpid(), ::getpid());
+  EXPECT_EQ(process, ::getpid());
   EBCDICtable const* const table = local->getEBCDICtable("1047");
   EBCDICtable const* const standard = local->getEBCDICtable(nullptr);
   ASSERT_TRUE(table != nullptr && standard != nullptr);
@@ -106,6 +109,16 @@ TEST(Failure, TracesWhatTheCallerGaveAndThenFindsTheWords) {
     EXPECT_EQ(outcome(row.type, row.rc, row.given),
               std::string("CUL_ApiFailure WARNING failtype=") + row.traced + row.reason);
   }
+}
+
+TEST(Failure, IsThrownOnceItIsTraced) {
+  TraceCapture capture({TraceFlag::warning});
+  try {
+    CUL_ApiFailure::throwException(CUL_ApiFailure::kApiRc, 9, "why");
+  } catch (CUL_ApiFailure const& failure) {
+    EXPECT_EQ(bytesOf(failure.reason) + std::to_string(failure.rc), "why9");
+  }
+  EXPECT_THAT(capture.lines(), testing::ElementsAre(testing::HasSubstr("(`kApiRc') rc=9 ")));
 }
 
 TEST(Wrapper, WhatIsGivenBackOnSuccessAndOnFailure) {

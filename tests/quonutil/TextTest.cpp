@@ -62,6 +62,19 @@ TEST(EncodedString, PlacesCountFromOneAndCaseIsThatOfTheLettersAToZ) {
   }
 }
 
+TEST(CharString, GivesItsTokensOneByOne) {
+  constexpr struct {
+    wchar_t const* given;
+    char const* tokens;
+  } kRows[] = {{L"", ""}, {L"a;:b", "a||b"}, {L":a", "|a"}, {L"a:", "a"}, {L"a,b", "a,b"}};
+  for (auto const& row : kRows) {
+    CharString rest(row.given);
+    std::string tokens = bytesOf(rest.firstToken(L";:").encoded());
+    while (rest != CharString()) tokens += "|" + bytesOf(rest.firstToken(L";:").encoded());
+    EXPECT_EQ(tokens, row.tokens);
+  }
+}
+
 TEST(ByteString, JoinsRangesAndRefusesWhat32BitsCannotCount) {
   ByteString bytes("ab", 2, nullptr, 0, "c\0d", 3);
   EXPECT_THROW(bytes.append(bytes.data(), 0xFFFFFFFE), std::length_error);
@@ -84,6 +97,7 @@ TEST(FileName, Parts) {
       {"a(b/c)", "a(b/|c)|"},
   };
   for (auto const& [name, expected] : kRows) EXPECT_EQ(parts(fileName(name)), expected);
+  EXPECT_EQ(parts(FileName(CharString(L"/\xE9/a(b)"))), "/\xC3\xA9/|a|b");
   FileName name = fileName("/a/long/way/to/libm.a(sin.o)");
   name.cut(3);
   EXPECT_EQ(parts(name), "/a/||/a/");  // wrong, but never beyond the text there is

@@ -13,6 +13,7 @@ void expectPattern(unsigned int bits, std::string const& digits, std::string con
   Bit_Pattern const made(bits, written.c_str());
   Bit_Pattern pattern(bits % 9, "1");
   pattern = Bit_Pattern(made);
+  pattern = static_cast<Bit_Pattern const&>(pattern);
   mpz_t number;
   mpz_init_set_str(number, digits.c_str(), 16);
   bool const fits = mpz_sgn(number) == 0 || mpz_sizeinbase(number, 2) <= bits;

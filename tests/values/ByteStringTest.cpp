@@ -35,8 +35,12 @@ TEST(ByteString, GrowsExactlyAndLeavesWhatItBorrowed) {
   EXPECT_EQ(string.state(), "abab/20");
   string = TestString(5U);
   EXPECT_TRUE(string.state() == "/20" && string == Byte_String());
+  string = static_cast<TestString const&>(string);  // without bytes, and with them
   string.clear();
   EXPECT_TRUE(string.state() == "/0" && string.bytes() == nullptr);
+  TestString self("ab", 2);
+  self = static_cast<TestString const&>(self);
+  EXPECT_EQ(self.state() + std::to_string(self.count()), "ab/22");
   EXPECT_EQ(TestString(nullptr, 5).state() + TestString(3U, 'x').state(), "/0xxx/3");
   EXPECT_EQ(Byte_String("a\0b", 3) != Byte_String("a", 1), 1);
   EXPECT_LT(Byte_String("a\0b", 3) != Byte_String("a\0c", 3), 0);
