@@ -86,11 +86,10 @@ struct EventDispatcherBase::Level {
   unsigned int placeOf(CUL_Timer_Event const& timer) const {
     unsigned int low = 0;
     unsigned int left = timers.count();
-    // Written so that the compiler need not branch on what nobody can predict.
+    // A wrong guess costs less than waiting for each event's due time before going on would.
     while (left > 1) {
       unsigned int const half = left / 2;
-      low += half *
-             static_cast<unsigned int>(timers[low + half - 1]->timeoutTime <= timer.timeoutTime);
+      if (timers[low + half - 1]->timeoutTime <= timer.timeoutTime) low += half;
       left -= half;
     }
     return low;
