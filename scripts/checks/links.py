@@ -23,7 +23,7 @@ def fault(page, link):
     """Why a link of a page leads nowhere, or None."""
     name, _, anchor = link.partition("#")
     target = page.parent / name if name else page
-    if target.suffix == ".svg":
+    if not target.exists() and target.suffix == ".svg":
         target = target.with_suffix(".dot")
     if not target.exists():
         return "is not there"
