@@ -8,7 +8,7 @@ function(cul_house_test name script)
     list(PREPEND command $<TARGET_FILE:Python3::Interpreter>)
   endif()
   add_test(NAME house.${name} COMMAND ${command} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
-  set_tests_properties(house.${name} PROPERTIES LABELS house)
+  set_tests_properties(house.${name} PROPERTIES LABELS house TIMEOUT 600)
 endfunction()
 
 cul_house_test(includes checks/includes.py ${PROJECT_BINARY_DIR}/layout.txt)
