@@ -5,7 +5,7 @@
 
 A name that appears becomes somebody's to call, one that vanishes breaks who called it: both are
 decided, never happened upon. The list is demangled and sorted by bytes. Whatever the list says,
-no name of the C++ library may appear, and no C name but those in C_NAMES. Every name has the
+no name of the C++ library may appear, and no C name but those of C_NAMES. Every name has the
 library's version, which is in the list as well.
 """
 
@@ -15,7 +15,7 @@ import re
 import subprocess
 import sys
 
-C_NAMES = {"__productData"}
+C_NAMES = re.compile(r"__productData|quonutil_\d+_\d+")
 # std::, its abbreviated templates, and the library's own namespaces, in a mangled name: of a
 # function or object, of its tables and type information, or of something local to a function.
 FOREIGN = re.compile(r"_Z(GV|T[VTIS]|GR)?(ZN?|N)?[VKRO]*(S[tabsiod]|9__gnu_cxx|10__cxxabiv1)")
@@ -34,7 +34,7 @@ def exported(library):
 
 
 def foreign(mangled):
-    return not mangled.startswith("_Z") and mangled not in C_NAMES or FOREIGN.match(mangled)
+    return FOREIGN.match(mangled) or not mangled.startswith("_Z") and not C_NAMES.fullmatch(mangled)
 
 
 def main():
