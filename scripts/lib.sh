@@ -52,6 +52,27 @@ build() {
   cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 
+# run_hosts PRESET TREE [ARGUMENT…]: installs what the preset has built below TREE, builds the hosts
+# of examples/ there against what was installed, and runs them. Arguments are the first one's.
+run_hosts() {
+  local tree=$2 prefix=$2/prefix hosts=$2/examples host
+  say "installing into $prefix and building the hosts there"
+  cmake --install "build/$1" --prefix "$prefix" >"$tree.install.log"
+  cmake -S examples -B "$hosts" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DCMAKE_PREFIX_PATH="$PWD/$prefix" >"$tree.configure.log"
+  cmake --build "$hosts"
+  say "running cul-demo ${*:3}"
+  "$hosts/cul-demo" "${@:3}"
+  say "running cul-inspect"
+  "$hosts/cul-inspect" cul-demo examples
+  say "running cul-parts"
+  "$hosts/cul-parts" "$prefix/share/locale"
+  for host in cul-metered cul-timelapse; do
+    say "running $host"
+    "$hosts/$host"
+  done
+}
+
 # sources FOLDER…: the C++ files below those of the folders that are there, NUL-terminated.
 sources() {
   local folder there=()
