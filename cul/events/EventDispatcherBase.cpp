@@ -86,7 +86,6 @@ struct EventDispatcherBase::Level {
   unsigned int placeOf(CUL_Timer_Event const& timer) const {
     unsigned int low = 0;
     unsigned int left = timers.count();
-    // A wrong guess costs less than waiting for each event's due time before going on would.
     while (left > 1) {
       unsigned int const half = left / 2;
       if (timers[low + half - 1]->timeoutTime <= timer.timeoutTime) low += half;

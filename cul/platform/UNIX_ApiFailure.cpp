@@ -5,8 +5,7 @@
 UNIX_ApiFailure::UNIX_ApiFailure(FailType type, unsigned int code, char const* text)
     : CUL_ApiFailure(type, code, text) {
   if (text != nullptr || type != kErrno) return;
-  char const* const words = std::strerror(static_cast<int>(code));
-  if (words != nullptr) reason = EncodedString(words, EncodedString::kSystemText);
+  reason = EncodedString(failureText(code), EncodedString::kSystemText);
 }
 
 char const* UNIX_ApiFailure::failureText(unsigned int rc) {
