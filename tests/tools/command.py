@@ -1,101 +1,145 @@
-"""The command line of `cul`: its help, its refusals, its output, and the small commands."""
+"""The command `cul`, in a directory and a home of its own: what it refuses, what it tells of ages
+and of file systems, and each example of the README and of examples.txt."""
 
 import json
 import os
 import pathlib
 import re
+import shutil
+import subprocess
+import tempfile
 import unittest
 
-from tool import ROOT, TOOL, ToolTest
+TOOL = os.environ["CUL_TOOL"]
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+# catalog NAME LINE... makes a message catalog, of set 1 unless a line begins another one.
+SHELL = r"""umask 022; set -o pipefail
+catalog() {
+    printf '%s\n' '$ codeset=UTF-8' '$set 1' "${@:2}" | LC_ALL=C.UTF-8 gencat --new -o "$1"
+}
+"""
+NOW = 1_800_000_000  # 2027-01-15 08:00:00 UTC
+
+# What the README's examples are run over.
+FILES = r"""
+mkdir -p local/bin opt/bin src/lib/text build debug
+touch local/bin/gdb opt/bin/gdb src/lib/text/text.c build/text.o; chmod +x */bin/gdb
+head -c 4200000 /dev/zero >debug/libc.so.6.debug; head -c 910000 /dev/zero >debug/libm.so.6.debug
+touch -ad '3 hours ago' "$(cul cache put debug/libc.so.6.debug)"
+touch -ad '75 hours ago' "$(cul cache put debug/libm.so.6.debug)"
+catalog english '1 %1 is not in %2' '2 no memory'; catalog german '1 %1 ist nicht da'
+printf 'LANG=C\0PATH=/bin\0' >here; printf 'PATH=/usr/bin:/bin\0LD_LIBRARY_PATH=/opt/lib\0' >there
+"""
 
 
-class Command(ToolTest):
-    def test_wrong_command_lines_are_refused(self):
-        rows = [
-            ([], "which command?"), (["fnid"], "no command fnid"), (["-x"], "no command -x"),
-            (["find"], "exe, module, source"), (["cache", "lst"], "list, stat"),
-            (["find", "exe"], "NAME"), (["find", "exe", "a", "b"], '"b" is too much'),
-            (["split", "--foo", "a"], "option --foo"), (["version", "--json=1"], "no value"),
-            (["find", "exe", "--current", "x", "a"], "option --current"),
-            (["find", "exe", "a", "--path"], "--path wants PATH"),
-            (["cache", "would-remove", "1h"], 'HOURS wants a number up to 4294967295, not "1h"'),
-            (["cache", "would-remove", "4294967296"], "HOURS"),
-            (["env", "--diff", "a"], "two files"),
-            (["cache", "get", "x", "--offset", "-1"], "--offset"),
-            (["cache", "list", "--sort", "colour", "--directory", "."], "name, size or age"),
-            (["cache", "doctor", "--directory", ".", "--parameter", "."], "or --parameter"),
-            (["no\nsuch\x1b[m"], "\\x0Asuch\\x1B"),
+class Command(unittest.TestCase):
+    def setUp(self):
+        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="cul-test-"))
+        self.addCleanup(shutil.rmtree, self.scratch)
+        self.home = self.scratch / "home"
+        (self.home / "bin").mkdir(parents=True)
+        (self.home / "bin/cul").symlink_to(TOOL)
+        self.environment = dict(os.environ, PATH=f"{self.home}/bin:{os.environ['PATH']}",
+                                HOME=str(self.home), TERM="xterm", NO_COLOR="",
+                                LD_LIBRARY_PATH="")  # fmt: skip
+
+    def shell(self, line):
+        """What a user sees who types the line, is called anna, and has `cul` and `catalog`."""
+        text = subprocess.run(["bash", "-c", SHELL + line], cwd=self.scratch, env=self.environment,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              universal_newlines=True).stdout  # fmt: skip
+        return text.replace(str(self.home), "/home/anna").replace(str(self.scratch), "/tmp/anna")
+
+    def run_tool(self, *words):
+        return subprocess.run([TOOL, *words], cwd=self.scratch, env=self.environment,
+                              capture_output=True, timeout=120)  # fmt: skip
+
+    def test_what_is_refused_and_what_fails_is_told_in_one_line(self):
+        self.shell("echo >file; mkdir c; cd c; touch empty $(printf 'two.%032d ' 1 2)")
+        wrong = [
+            ("", "which command"), ("find", "exe, module, source"), ("fnid", "no command fnid"),
+            ("no\nsuch\x1b[m", r"\\x0Asuch\\x1B"), ("find exe a --path", "--path wants PATH"),
+            ("find exe", "wants NAME"), ("find exe a b", '"b" is too much'),
+            ("split --foo a", "no option --foo"), ("version --json=1", "--json has no value"),
+            ("cache would-remove 4294967296", "HOURS wants a number up to 4294967295, not"),
+            ("cache would-remove 1h", "HOURS"), ("cache list --directory c --sort x", "name, size"),
+            ("cache doctor --directory c --parameter c", "or --par"), ("env --diff a", "two files"),
         ]  # fmt: skip
-        for words, expected in rows:
-            said = self.refusal(*words, status=2)
-            self.assertTrue(said.startswith("cul") and expected in said, (words, said))
+        fails = [
+            ("cache get ../file", "no path"), ("cache get none --directory c", "has no none"),
+            ("cache put none", "none: No such file"), ("cache get empty --directory c", "offset"),
+            ("cache put file --directory a:b", '":"'), ("cache put file --directory x", "no dir"),
+            ("cache put file --name " + "n" * 223, "name too long"), ("env x", "x: No such file"),
+            ("cache remove none --directory c", "has no none"), ("catalog lint file", "no comp"),
+            ("cache remove --copies none --directory c", "nothing of that name"),
+            ("cache get two --directory c", "has 2 copies of two"),
+            ("cache list --directory file", "Not a dir"), ("catalog lint none", "No such file"),
+        ]  # fmt: skip
+        rows = [(*row, 2, r" \(cul.* --help tells more\)") for row in wrong]
+        for line, expected, status, end in rows + [(*row, 1, "") for row in fails]:
+            done = self.run_tool(*line.split(" ") if line else [])
+            self.assertEqual((done.returncode, done.stdout), (status, b""), line)
+            self.assertRegex(done.stderr.decode(), rf"\Acul.*: .*{expected}.*{end}\n\Z")
 
     def test_help_manual_and_completion_agree(self):
         manual = (ROOT / "docs/man/cul.1").read_text()
-        documented = {"--" + name for name in re.findall(r"Fl -([a-z][a-z-]+)", manual)}
-        script = """. "$1/tools/cul.bash-completion"; shift
-                    COMP_WORDS=(cul $1 -) COMP_CWORD=$2; _cul; echo "${COMPREPLY[@]}" """
-        names = re.findall(r"^  (\S+(?: \S+)?)  ", self.cul("--help").decode(), re.M)
+        names = re.findall(r"^  (\S+(?: \S+)?)  ", self.shell("cul --help"), re.M)
         self.assertGreater(len(names), 10)
         for name in names:
             words = name.split()
-            options = re.findall(r"^  (--\S+)", self.cul(*words, "--help").decode(), re.M)
-            for word in words:
-                self.assertRegex(manual, rf"Cm .*\b{word}\b", name)
-            self.assertLessEqual(set(options), documented, name)
-            completed = self.program("bash", "-c", script, "bash", ROOT, name, str(len(words) + 1))
+            options = re.findall(r"^  (--\S+)", self.shell(f"cul {name} --help"), re.M)
+            for each in [rf"Cm .*\b{word}" for word in words] + ["Fl " + o[1:] for o in options]:
+                self.assertRegex(manual, each + r"\b", name)
+            completed = self.shell(f""". {ROOT}/tools/cul.bash-completion
+                COMP_WORDS=(cul {name} -) COMP_CWORD={len(words) + 1}; _cul
+                echo "${{COMPREPLY[@]}}" """)
             self.assertEqual(completed.split(), [*options, "--help"], name)
 
-    def test_a_full_disk_is_a_failure(self):
-        with open("/dev/full", "w") as full:
-            said = self.run_tool("version", stdout=full)
-        self.assertEqual(said.returncode, 1)
-        self.assertIn(b"standard output: No space left on device", said.stderr)
+    # Nothing can be loaded in front of a sanitizer.
+    @unittest.skipIf(os.environ.get("CUL_SANITIZE"), "no clock but the system's")
+    def test_would_remove_is_what_a_removal_then_takes(self):
+        self.shell("mkdir -p c/in; cd c; ln -s ../outside link; ln -s .. up; ln -s nowhere gone")
+        preload = self.shell("faketime now printenv LD_PRELOAD").strip()
+        self.environment.update(FAKETIME="2027-01-15 08:00:00", TZ="UTC", LD_PRELOAD=preload,
+                                NO_FAKE_STAT="1")  # fmt: skip
+        for hours, rest in ((48, ":48"), (1193047, ":1193047"), (0, "::flush"), (2000, ":2000")):
+            limit = hours * 3600 % 2**32
+            for name, age in (("c/stays", limit), ("c/older", limit + 1), ("outside", limit + 1)):
+                (self.scratch / name).touch()
+                os.utime(self.scratch / name, (NOW - age, NOW))
+            told = json.loads(self.shell(f"cul cache would-remove {hours} --directory c --json"))
+            twin = shutil.copytree(self.scratch / "c", self.scratch / f"cul-test-twin-{hours}",
+                                   symlinks=True)  # fmt: skip
+            before = set(os.listdir(twin))
+            subprocess.run([os.environ["CUL_EXPIRE"], twin, rest], env=self.environment, check=True)
+            self.assertEqual((told["limit"], {row["name"] for row in told["removed"]}),
+                             (limit, before - set(os.listdir(twin))))  # fmt: skip
+            self.assertFalse((twin / "older").exists())
 
-    def test_colours_and_escapes_are_for_terminals(self):
-        words = ["find", "exe", "sh", "--explain"]
-        self.assertIn(b"\x1b[32mfound\x1b[m", self.on_terminal(*words))
-        for plain in ({"NO_COLOR": "1"}, {"TERM": "dumb"}):
-            self.assertNotIn(b"\x1b", self.on_terminal(*words, **plain))
-        self.assertNotIn(b"\x1b", self.cul(*words))
-        self.assertEqual(self.on_terminal("split", "a\x1b[2J\xe9"), b"a\\x1B[2J\xc3\xa9\r\n")
-        self.assertEqual(self.cul("split", 'a\x1b[2J "b c"'), b"a\x1b[2J\nb c\n")
+    @unittest.skipIf(os.system("unshare -m true 2>/dev/null"), "may not mount a file system")
+    def test_the_doctor_asks_the_file_system(self):
+        told = self.shell("""mkdir d
+            for it in noatime:48 relatime:12 relatime:24 strictatime:12; do
+            unshare -m sh -c "mount -t tmpfs -o mode=0700,${it%:*} none d
+                cul cache doctor --parameter $PWD/d:${it#*:} | grep wrong"; done""")
+        self.assertRegex(told, "^.* no access times: .*\n.* 24 hours: within 12 .*\n$")
 
-    def test_the_environment_is_the_processs_own(self):
-        self.environment.update(ODD="a=b \xe9\n", EMPTY="", RAW=os.fsdecode(b"\xff"))
-        seen = self.program("env", "-0", text=False)
-        told = self.json("env")["variables"]
-        text = b"".join(os.fsencode(v["name"] + "=" + v["value"]) + b"\0" for v in told)
-        self.assertEqual(text, seen)
-        self.write("zeros", seen)
-        self.write("lines", seen.replace(b"\0", b"\n"))
-        for name in ("zeros", "lines"):
-            self.assertEqual(self.json("env", name)["variables"], told)
-        own = self.json("env", f"/proc/{os.getpid()}/environ")["variables"]
-        self.assertIn({"name": "CUL_TOOL", "value": TOOL}, own)
+    def check_examples(self, text):
+        examples = re.findall(r"^\$ (.*)\n((?:(?!\$ |# ).*\n)*)", text, re.M)
+        self.assertGreater(len(examples), 10)
+        for line, expected in examples:
+            pattern = re.escape(expected.strip()).replace("…", ".*")
+            shown = re.sub(" +$", "", self.shell(line), flags=re.M).strip()
+            self.assertTrue(re.fullmatch(pattern, shown), f"{line}\n{shown}\nis not\n{expected}")
 
-    def test_differences_between_environments(self):
-        self.write("a", b"SAME=1\0GONE=x\0TWICE=1\0TWICE=2\0PATH=/bin\0")
-        self.write("b", b"TWICE=2\nNEW=\nPATH=/usr/bin:/bin\nSAME=1\n")
-        told = self.json("env", "--diff", "a", "b")["differences"]
-        self.assertEqual([tuple(row.values()) for row in told], [
-            ("removed", "GONE", "x", None), ("added", "NEW", None, ""),
-            ("changed", "PATH", "/bin", "/usr/bin:/bin"),
-        ])  # fmt: skip
-        self.assertEqual(self.json("env", "--diff", "a", "a")["differences"], [])
-        self.refusal("env", "--diff", "a", "none")
+    def test_the_examples_of_the_readme(self):
+        self.assertEqual(self.shell(FILES), "")
+        section = (ROOT / "README.md").read_text().split("\n## The command", 1)[1].split("\n## ")[0]
+        self.check_examples("\n".join(re.findall(r"^    (.*)|^$", section, re.M)) + "\n")
 
-    def test_the_version_names_the_libraries_in_use(self):
-        told = self.json("version")
-        loaded = self.program("ldd", TOOL)
-        for name in ("cul", "quonutil"):
-            self.assertRegex(loaded, rf"lib{name}\.so\S* => {re.escape(told[name])} ")
-        release = pathlib.Path("/proc/version").read_text()
-        kernel = re.match(r"Linux version (\d+)\.(\d+)\.?(\d*)", release)
-        self.assertEqual(told["kernel"], ".".join(part or "0" for part in kernel.groups()))
-        project = (ROOT / "CMakeLists.txt").read_text()
-        self.assertEqual(told["version"], re.search(r"project\(cul\s+VERSION (\S+)", project)[1])
-        self.assertEqual(json.loads(self.cul("--version", "--json")), told)
+    def test_more_examples(self):
+        self.check_examples((ROOT / "tests/tools/examples.txt").read_text())
 
 
 if __name__ == "__main__":
