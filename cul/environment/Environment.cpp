@@ -1,5 +1,7 @@
 #include "cul/environment/Environment.h"
 
+#include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "cul/base/Append.h"
@@ -9,13 +11,28 @@ namespace {
 constexpr unsigned int kRoom = 100;
 constexpr unsigned int kSpareRoom = 10;  // beside the variables that are copied
 
-// Whether the texts are equal. Names that belong together begin alike: they differ in length or at
-// their ends, where a comparison from the front looks last.
-bool areEqual(EncodedString const& left, EncodedString const& right) {
-  unsigned int const length = left.length();
-  if (right.length() != length) return false;
-  unsigned int const last = length == 0 ? 0 : length - 1;  // an empty text ends in a zero too
-  return left.data()[last] == right.data()[last] && left == right;
+// The end of a text, the zero behind it included. The text is no shorter than the rest of a Word.
+template <class Word>
+Word endOf(EncodedString const& text, unsigned int length) {
+  Word end;
+  std::memcpy(&end, text.data() + length + 1 - sizeof end, sizeof end);
+  return end;
+}
+
+// Names that belong together begin alike: they differ in length or at their ends, where a
+// comparison from the front looks last.
+template <class Word>
+unsigned int findLast(List<EnvironmentVariable*> const& variables, EncodedString const& name) {
+  unsigned int const length = name.length();
+  Word const end = endOf<Word>(name, length);
+  for (unsigned int place = variables.count(); place-- > 0;) {
+    // The set makes each of them itself: there is no other name() than this one.
+    EncodedString const& other = variables[place]->EnvironmentVariable::name();
+    if (other.length() == length && endOf<Word>(other, length) == end && other == name) {
+      return place;
+    }
+  }
+  return Environment::kNotFound;
 }
 
 template <class Variable, class... Contents>
@@ -99,11 +116,8 @@ List<CUL_EnvironmentVariable*>& Environment::variables(List<CUL_EnvironmentVaria
 }
 
 unsigned int Environment::find(EncodedString const& name) const {
-  for (unsigned int place = vars.count(); place-- > 0;) {
-    // The set makes each of them itself: there is no other name() than this one.
-    if (areEqual(vars[place]->EnvironmentVariable::name(), name)) return place;
-  }
-  return kNotFound;
+  bool const isShort = name.length() < sizeof(std::uint32_t) - 1;
+  return isShort ? findLast<char>(vars, name) : findLast<std::uint32_t>(vars, name);
 }
 
 void Environment::clear_cache() {}

@@ -10,7 +10,9 @@ class CUL_EXPORT EnvironmentVariable : public CUL_EnvironmentVariable {
   EnvironmentVariable(EncodedString const& name, EncodedString const& value);
   /// Copies both texts of `other`.
   explicit EnvironmentVariable(CUL_EnvironmentVariable const& other);
-  EnvironmentVariable(EnvironmentVariable const&) = default;
+  /// The same.
+  EnvironmentVariable(EnvironmentVariable const& other)
+      : CUL_EnvironmentVariable(other), nameText(other.nameText), valueText(other.valueText) {}
   ~EnvironmentVariable() override;
 
   EncodedString const& name() const override { return nameText; }
@@ -27,4 +29,8 @@ class CUL_EXPORT EnvironmentVariable : public CUL_EnvironmentVariable {
  protected:
   EncodedString nameText;   ///< what `name()` gives
   EncodedString valueText;  ///< what `value()` gives
+
+ private:
+  friend class UNIX_Environment;
+  char* string_ = nullptr;  // where the set has "name=value"; null when it has none or an old one
 };

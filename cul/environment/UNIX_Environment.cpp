@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -11,50 +12,23 @@ void assign(EncodedString& text, char const* begin, char const* end) {
   text.assign(begin, static_cast<unsigned int>(end - begin));
 }
 
-// Shows the bytes of a text in the system's encoding to `see`. Those of a text that has it already
-// need not be made first.
-template <class See>
-void withSystemBytes(EncodedString const& text, See see) {
-  if (text.encoding() == EncodedString::kSystemText) {
-    see(text.data(), text.length());
-  } else {
-    ByteString const bytes = text.convert(EncodedString::kSystemText, nullptr);
-    see(bytes.text(), bytes.length());
-  }
+ByteString systemBytes(EncodedString const& text) {
+  return text.convert(EncodedString::kSystemText, nullptr);
 }
 
-// No fewer bytes than the strings of the variables take, each with its "=" and its zero byte.
-std::size_t roomFor(List<EnvironmentVariable*> const& variables) {
-  std::size_t room = 0;
-  auto const add = [&room](char const*, unsigned int length) { room += std::size_t{length} + 1; };
-  for (unsigned int i = 0; i < variables.count(); ++i) {
-    withSystemBytes(variables[i]->name(), add);
-    withSystemBytes(variables[i]->value(), add);
-  }
-  return room;
+// No fewer bytes than a text takes in the system's encoding, and one for what stands behind it.
+std::size_t roomFor(EncodedString const& text) {
+  bool const isSystemText = text.encoding() == EncodedString::kSystemText;
+  return std::size_t{isSystemText ? text.length() : systemBytes(text).length()} + 1;
 }
 
 // Writes a text up to its first zero byte, which is where a program would see it end, and then
 // `end`. Returns where the next one goes.
 char* write(EncodedString const& text, char end, char* to) {
-  withSystemBytes(text, [&to](char const* bytes, unsigned int) { to = ::stpcpy(to, bytes); });
+  bool const isSystemText = text.encoding() == EncodedString::kSystemText;
+  to = ::stpcpy(to, isSystemText ? text.data() : systemBytes(text).text());
   *to = end;
   return to + 1;
-}
-
-// One block: a pointer to each "name=value", a null, and the strings themselves.
-std::unique_ptr<char* []> arrayOf(List<EnvironmentVariable*> const& variables) {
-  std::size_t const pointers = std::size_t{variables.count()} + 1;
-  std::size_t const roomForStrings = (roomFor(variables) + sizeof(char*) - 1) / sizeof(char*);
-  std::unique_ptr<char*[]> block(new char*[pointers + roomForStrings]);
-  char* next = reinterpret_cast<char*>(&block[pointers]);
-  for (unsigned int i = 0; i < variables.count(); ++i) {
-    block[i] = next;
-    next = write(variables[i]->name(), '=', next);
-    next = write(variables[i]->value(), '\0', next);
-  }
-  block[variables.count()] = nullptr;
-  return block;
 }
 
 }  // namespace
@@ -88,8 +62,45 @@ CUL_Environment& UNIX_Environment::localEnvironment() {
 }
 
 char** UNIX_Environment::envp() const {
-  if (envpCache == nullptr) envpCache = arrayOf(vars);
+  if (envpCache == nullptr) {
+    std::unique_ptr<char*[]> array(new char*[std::size_t{vars.count()} + 1]);
+    while (!fill(array.get())) makeRoom();
+    envpCache = std::move(array);
+  }
   return envpCache.get();
+}
+
+// Most often one variable is new or has changed since the last array: the others' strings stay.
+// False when there is no room for one that must be written.
+bool UNIX_Environment::fill(char** array) const {
+  for (unsigned int i = 0; i < vars.count(); ++i) {
+    EnvironmentVariable& variable = *vars[i];
+    if (variable.string_ == nullptr) {
+      if (roomFor(variable.nameText) + roomFor(variable.valueText) > room_ - used_) return false;
+      char* const string = &strings_[used_];
+      char* const end = write(variable.valueText, '\0', write(variable.nameText, '=', string));
+      used_ = static_cast<std::size_t>(end - strings_.get());
+      variable.string_ = string;
+    }
+    array[i] = variable.string_;
+  }
+  array[vars.count()] = nullptr;
+  return true;
+}
+
+// A new block for the strings of all variables, which are then to be written.
+void UNIX_Environment::makeRoom() const {
+  std::size_t room = 0;
+  for (unsigned int i = 0; i < vars.count(); ++i) {
+    EnvironmentVariable& variable = *vars[i];
+    room += roomFor(variable.nameText) + roomFor(variable.valueText);
+    variable.string_ = nullptr;
+  }
+  // A set that changes gets a half more, so that a block lasts for that many changes.
+  if (strings_ != nullptr) room += room / 2;
+  strings_.reset(new char[room]);
+  room_ = room;
+  used_ = 0;
 }
 
 void UNIX_Environment::clear_cache() { envpCache.reset(); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 
 #include "cul/environment/Environment.h"
@@ -35,7 +36,16 @@ class CUL_EXPORT UNIX_Environment : public Environment {
   }
 
  protected:
-  /// What `envp()` gave, with the strings behind the pointers in the same block; null when there is
-  /// none.
+  /// What `envp()` gave; null when there is none.
   mutable std::unique_ptr<char*[]> envpCache;
+
+ private:
+  QUONUTIL_LOCAL bool fill(char** array) const;
+  QUONUTIL_LOCAL void makeRoom() const;
+
+  // The strings of the variables, each found through its variable. A changed variable's new one
+  // goes behind the others, until the block is full and a new one takes those that are in use.
+  mutable std::unique_ptr<char[]> strings_;
+  mutable std::size_t used_ = 0;
+  mutable std::size_t room_ = 0;
 };

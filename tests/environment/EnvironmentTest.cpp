@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <spawn.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
+#include <random>
 #include <vector>
 
 #include "cul/environment/UNIX_Environment.h"
@@ -16,6 +18,7 @@ struct TestEnvironment final : UNIX_Environment {
   using UNIX_Environment::add;
   using UNIX_Environment::envpCache;
   using UNIX_Environment::operator=;
+  using UNIX_Environment::vars;
   CUL_EnvironmentVariable* add(EncodedString const& name, EncodedString const& value) override {
     log += "add" + std::to_string(numvars()) + ' ';
     return UNIX_Environment::add(name, value);
@@ -81,6 +84,39 @@ TEST(Environment, EveryChangeDropsTheArrayFirstAndTouchesTheLastOfEqualNames) {
   static_cast<CUL_EnvironmentVariable&>(second) = *list[2];
   EXPECT_EQ(bytesOf(variable.name()) + bytesOf(variable.value()), "b2");
   EXPECT_EQ(bytesOf(second.name()) + bytesOf(second.value()), "a\xFF");
+}
+
+TEST(Environment, TheArrayShowsEveryChangeHoweverManyThereWere) {
+  TestEnvironment environment;
+  std::vector<std::pair<std::string, std::string>> expected;
+  std::mt19937 random(11);
+  for (int step = 0; step < 1000; ++step) {
+    std::string name(random() % 7, 'A');  // many end alike
+    for (char& letter : name) letter = "AB"[random() % 2];
+    std::string const value = std::to_string(step) + std::string(random() % 40, 'v');
+    auto const found = std::find_if(expected.rbegin(), expected.rend(),
+                                    [&name](auto const& one) { return one.first == name; });
+    unsigned int const place = environment.find(text(name));
+    EXPECT_EQ(place, static_cast<unsigned int>(expected.rend() - found - 1));
+    char** const array = environment.envp();
+    std::string const shown = joined(array);
+    if (found == expected.rend() || random() % 4 == 0) {
+      environment.add(text(name), text(value));
+      expected.emplace_back(name, value);
+    } else if (random() % 3 == 0) {
+      environment.remove(text(name));
+      expected.erase(std::next(found).base());
+    } else {
+      environment.vars[place]->changeValue(text(value));
+      EXPECT_EQ(environment.envp(), array);
+      EXPECT_EQ(joined(array), shown);  // what it was before
+      environment.clear_cache();
+      found->second = value;
+    }
+    std::string strings;
+    for (auto const& one : expected) strings.append(one.first + '=' + one.second).append(1, '\0');
+    ASSERT_EQ(joined(environment.envp()), strings);
+  }
 }
 
 // What a child finds in its environment when it is started with this array.
