@@ -12,10 +12,6 @@
 #include "tests/support/Scratch.h"
 #include "tests/support/TraceCapture.h"
 
-// The engine knows these by their numbers.
-static_assert(DebuggerParameters::kCacheParameter == 6);
-static_assert(DebuggerSettings::kDebugInformationCache == 21);
-
 inline void setParameter(std::string const& parameter) {
   DebuggerParameters::instance()->setParm(DebuggerParameters::kCacheParameter, text(parameter));
 }

@@ -1,10 +1,12 @@
 #include <gmock/gmock.h>
+#include <nl_types.h>
 
 #include <functional>
 
 #include "cul/messages/CUL_Message.h"
 #include "cul/messages/CUL_Product.h"
 #include "tests/messages/TestCatalog.h"
+#include "tests/models/Model.h"
 #include "tests/support/TraceCapture.h"
 
 namespace {
@@ -15,122 +17,117 @@ struct TestMessage : CUL_Message {
   using CUL_Message::suffix;
 };
 
-struct OneText : XPG4MsgServer {
-  explicit OneText(std::string const& text) : XPG4MsgServer("", "/no/where"), answer(text) {}
-  EncodedString message(int, int) const override { return text(answer); }
-  std::string answer;
-};
-
-struct MessageTest : testing::Test {
-  MessageTest() { ::setenv("NLSPATH", scratch.path("%L").c_str(), 1); }
-  void catalog(char const* locale, std::string const& content) {
-    compile(scratch, locale, "$set 1\n1 " + content);
-  }
+// Where catalogs lie, each by the name of its locale.
+struct Messages : testing::Test {
+  Messages() { ::setenv("NLSPATH", scratch.path("%L").c_str(), 1); }
   Scratch scratch;
   EncodedString a = text("a"), b = text("b");
 };
 
-TEST_F(MessageTest, SubstitutesOneInsertAfterTheOther) {
-  EncodedString const mark = text("%"), next = text("2%2%1"), longer = text("longer than fifteen");
-  constexpr char const* kRows[][2] = {
-      {"%11 %%1 %1", "%1 %% %"},
-      {"%1 %2%1", "% 2%2%1%"},
-      {"%12", "2%2%1"},  // what one insert brings the next one finds
-      {"%3 %4 %", "longer than fifteen %4 %"},
+TEST_F(Messages, ACatalogIsReadAsTheCLibraryReadsItAndMayBeDamaged) {
+  std::string lines;
+  for (int set : {1, 2, 3, 255, 8191, 46341, 65535}) {
+    lines += "$set " + std::to_string(set) + "\n32767 last\n65535 beyond\n";
+    for (int number = 1; number < 90; number += set % 5 + 1) {
+      lines += std::to_string(number) + " \xC3\xA9: " + std::to_string(set * number) + "\n";
+    }
+  }
+  std::string const path = compile(scratch, "dmg", lines);
+  XPG4MsgServer const server(nullptr, path.c_str());
+  nl_catd const peer = ::catopen(path.c_str(), 0);
+  for (int set : {-8192, -1, 0, 1, 2, 3, 4, 255, 8191, 46340, 46341, 65535, 0x7FFFFFFF}) {
+    for (int number = -2; number < 65540; number += number < 100 || number > 65530 ? 1 : 17) {
+      std::string const found = bytesOf(server.message(set, number));
+      bool const isMissing = found.starts_with(path + ": no message ");
+      ASSERT_EQ(found, ::catgets(peer, set, number, isMissing ? found.c_str() : "none"));
+    }
+  }
+  ::catclose(peer);
+  // A damaged one gives texts that lie in it, or none.
+  compile(scratch, "dmg", "$set 1\n1 one\n2 two\n3 three\n$set 2\n1 four");
+  std::string const good = scratch.read("dmg");
+  for (std::size_t at = 0; at < good.size(); ++at) {
+    EXPECT_NO_THROW(check(good.substr(0, at))) << at;
+    for (char byte : {'\0', '\x7F', '\xFF'}) {
+      EXPECT_NO_THROW(check(std::string(good).replace(at, 1, 1, byte))) << at;
+    }
+  }
+  // As many planes and slots as vanish when 64 bits count them.
+  EXPECT_NO_THROW(check(std::string(good).replace(4, 8, "\0\0\0\x80\0\0\0\x80", 8)));
+}
+
+TEST_F(Messages, WhereACatalogIsLookedFor) {
+  std::filesystem::current_path(scratch.path());
+  std::filesystem::create_directory("de_DE.UTF-8@euro");
+  constexpr char const* kRows[][3] = {
+      // NLSPATH, the locale, which catalog is found
+      {"%L/%N", "de_DE.UTF-8@euro", "de_DE.UTF-8@euro/d"},
+      {"%l-%t-%c", "de_DE.UTF-8@euro", "de-DE-UTF-8"},
+      {"%N%x:%N%:%%%N", "x", "%d"},
+      {"none::de", "x", "d"},
+      {"%L", nullptr, "C"},
   };
-  for (auto const& [given, expected] : kRows) {
-    TestMessage message(MsgID{1, 1});
-    message.set_inserts(&mark, &next, &longer, nullptr);
-    OneText server(given);
-    EXPECT_EQ(bytesOf(message.getMessage(&server)), expected);
+  for (auto const& row : kRows) compile(scratch, row[2], "$set 1\n1 " + std::string(row[2]));
+  for (auto const& [nlspath, locale, found] : kRows) {
+    ::setenv("NLSPATH", nlspath, 1);
+    EXPECT_EQ(bytesOf(XPG4MsgServer(locale, "d").message(1, 1)), found) << nlspath;
+  }
+  EXPECT_FALSE(XPG4MsgServer("a/b", "d").isOpen());
+}
+
+TEST_F(Messages, WhichOperationsForgetTheText) {
+  compile(scratch, "en_US", "$set 1\n1 <%1%9>");
+  TestMessage message(MsgID{1, 1}), other(MsgID{1, 1});
+  std::pair<std::function<void()>, char const*> const rows[] = {
+      {[&] { message.set_inserts(&a, &a, &a, &a, &a, &a, &a, &a, &b, &b, nullptr); }, "9<ab>"},
+      {[&] { message.set_inserts(&b, nullptr); }, "1<ab>"},
+      {[&] { message.suffix = text("!"), message.set_inserts(message.inserts); }, "1<b%9>!"},
+      {[&] { message.set_text(text("%1")); }, "1%1"},
+      {[&] { message.set_inserts(TestMessage(message).inserts); }, "1"},
+      {[&] { other.set_inserts(&a, nullptr), message = other; }, "1<a%9>"},
+      {[&] { message = static_cast<TestMessage const&>(message), other.set_text(b); }, "1<a%9>"},
+      {[&] {
+         message.set_id(MsgID{7, 8192});
+       },
+       "1dmg: no message 7 in set -8192"},
+  };
+  for (auto const& [change, state] : rows) {
+    change();
+    EXPECT_EQ(std::to_string(message.inserts.count()) + bytesOf(message.text()), state);
   }
 }
 
-TEST_F(MessageTest, WhichOperationsForgetTheText) {
-  catalog("en_US", "<%1%9>");
-  TestMessage message(MsgID{1, 1});
-  message.set_inserts(&a, &a, &a, &a, &a, &a, &a, &a, &b, &b, nullptr);
-  EXPECT_EQ(message.inserts.count(), 9U);
-  message.suffix = text("!");
-  EXPECT_EQ(bytesOf(message.text()), "<ab>!");
-  message.set_inserts(&b, nullptr);
-  TestMessage const copy(message);
-  message.set_inserts(message.inserts);
-  EXPECT_EQ(bytesOf(message.text()) + bytesOf(copy.text()), "<b%9>!<ab>!");
-  message.set_text(text("%1"));
-  EXPECT_EQ(bytesOf(message.text()) + bytesOf(message.suffix), "%1");
-  message.set_inserts(copy.inserts);
-  EXPECT_TRUE(message.text().isEmpty());
-  List<EncodedString const*> lent;
-  lent.append(&b);
-  TestMessage other(MsgID{1, 1}, lent);
-  EXPECT_EQ(bytesOf(other.text()), "<b%9>");
-  other.set_inserts(lent);
-  message = static_cast<TestMessage const&>(other);
-  other = static_cast<TestMessage const&>(other);  // keeps what it holds
-  EXPECT_EQ(bytesOf(message.text()) + bytesOf(other.text()), "<b%9><b%9>");
-  EXPECT_EQ(other.inserts.count() + message.inserts.count(), 2U);
-  message.set_id(MsgID{7, 8192});
-  EXPECT_EQ(bytesOf(message.text()), "dmg: no message 7 in set -8192");
-}
-
-TEST_F(MessageTest, ServersAndLocales) {
-  catalog("C", "local");
-  catalog("fr_FR", "french");
-  catalog("en_US", "1st");
-  CUL_Message const kept(MsgID{1, 1});
-  auto* const local = CUL_Message::LocalMessageServer::instance()->server;
-  std::string seen = bytesOf(kept.text());
-  std::function<void()> const steps[] = {
-      [] {},
-      [] { CUL_Message::set_fe_locale(text("en_US")); },
-      [] { CUL_Product::instance(); },
-      [] { CUL_Product::instance()->set_locale(text("en_US")); },
-      [] { CUL_Product::instance()->set_locale(text("en_US")); },
-      [] { CUL_Product::instance()->set_locale(text("fr_FR")); },
-  };
-  for (auto const& step : steps) {
-    catalog("en_US", std::to_string(&step - steps));
-    step();
-    seen += " " + bytesOf(CUL_Message(MsgID{1, 1}).text());
+TEST_F(Messages, TheFrontEndsCatalogIsOpenedWhenItsLocaleIsSet) {
+  compile(scratch, "fr_FR", "$set 1\n1 french");
+  std::string seen;
+  for (int step = 0; step < 6; ++step) {
+    compile(scratch, "en_US", "$set 1\n1 " + std::to_string(step));
+    if (step == 2) CUL_Message::set_fe_locale(text("en_US"));
+    if (step == 3) CUL_Product::instance();
+    if (step > 3) CUL_Product::instance()->set_locale(text("en_US"));
+    seen += bytesOf(CUL_Message(MsgID{1, 1}).text());
   }
-  EXPECT_EQ(seen, "1st 1st 1 2 3 3 french");
-  EXPECT_EQ(bytesOf(kept.text()) + bytesOf(kept.getMessage(local)), "1stlocal");
+  CUL_Product::instance()->set_locale(text("fr_FR"));
+  EXPECT_EQ(seen + bytesOf(CUL_Message(MsgID{1, 1}).text()), "002344french");
 }
 
-TEST_F(MessageTest, Printing) {
-  catalog("C", "local %1");
+TEST_F(Messages, Printing) {
+  compile(scratch, "C", "$set 1\n1 local %1");
   TraceCapture capture({TraceFlag::error});
   for (int flags = 0; flags < 16; ++flags) {
     std::string const before(flags & 2 ? "\n" : ""), after(flags & 4 ? "\n" : "");
-    std::string const all =
-        before + "%1\n" + after + before + "\n" + after + before + "local a\n" + after;
+    std::string all = before + "%n\n" + after;
+    all += before + "\n" + after + before + "local a\n" + after;
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
-    CUL_Message(text("%1")).printLocal(flags);
+    CUL_Message(text("%n")).printLocal(flags);
     CUL_Message::printLocal(MsgID{0, 1}, flags, nullptr);
     CUL_Message::printLocal(MsgID{1, 1}, flags, &a, nullptr);
-    CUL_Message(text("%1")).messagePopup();
+    CUL_Message(text("%n")).messagePopup();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), flags & 1 ? "" : all);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), (flags & 1 ? all : "") + "\n\n%1\n\n");
-    EXPECT_THAT(capture.lines(), testing::ElementsAre("messagePopup ERROR %1"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), (flags & 1 ? all : "") + "\n\n%n\n\n");
+    EXPECT_THAT(capture.lines(), testing::ElementsAre("messagePopup ERROR %n"));
   }
-}
-
-TEST_F(MessageTest, TheModulesOfTheLanguages) {
-  std::string names;
-  FileName name = fileName("before");
-  for (int language = -1; language <= 17; ++language) {
-    for (char kind : {'\2', '2'}) {
-      auto const code = static_cast<VKT_Language>(language);
-      CUL_Product::instance()->expression_evaluator_name(name, code, kind);
-      names += bytesOf(name.base()) + ' ';
-    }
-  }
-  EXPECT_EQ(names,
-            "    quonecx1 quonxcx1 quonecx1 quonxcx1 quonepx1 quonxpx1 quonepl1 quonxpl1 "
-            "quonerp1 quonxrp1 quonecb1 quonxcb1 kcv3asmr kcv3asmr     quonejv1 quonxjv1 "
-            "quoneft1 quonxft1       quonecx1 quonxcx1 quonexX1 quonxxX1   ");
 }
 
 }  // namespace

@@ -1,13 +1,8 @@
-#include "fuzz/Harness.h"
-
-#include <sys/mman.h>
-#include <unistd.h>
+#include "tests/models/Model.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <new>
-
-static unsigned int failingAllocation = 0;  // counts down to the one that fails
 
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
   bool const fails = failingAllocation != 0 && --failingAllocation == 0;
@@ -19,13 +14,6 @@ void* operator new(std::size_t size) {
 }
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-
-std::string fileOf(std::string const& bytes) {
-  static int const file = ::memfd_create("input", MFD_CLOEXEC);
-  require(::ftruncate(file, 0) == 0);
-  require(::pwrite(file, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()));
-  return "/proc/self/fd/" + std::to_string(file);
-}
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* input, std::size_t size) {
   if (size == 0) return 0;

@@ -1,7 +1,7 @@
 // A catalog of any bytes: what it answers lies in it, or says that there is no such message.
 
-#include "fuzz/Harness.h"
 #include "quonutil/catalog/XPG4MsgServer.h"
+#include "tests/models/Model.h"
 
 void check(std::string const& bytes) {
   std::string const path = fileOf(bytes);
