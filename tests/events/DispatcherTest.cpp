@@ -1,200 +1,218 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <map>
+#include <algorithm>
+#include <latch>
+#include <memory>
 #include <random>
+#include <semaphore>
+#include <string_view>
+#include <thread>
 #include <vector>
 
+#include "cul/events/CUL_Dispatcher.h"
+#include "cul/events/CUL_EventDispatcher.h"
 #include "tests/events/TestDispatcher.h"
 
 namespace {
 
-class Dispatcher : public testing::Test {
- protected:
+struct Dispatcher : testing::Test {
   Dispatcher() { ThreadFronts::clock = 1'000'000; }
-  ~Dispatcher() override {
-    ThreadFronts::clear();
-    EXPECT_EQ(ThreadFronts::held, 0);
-    EXPECT_EQ(TestDispatcher(1).dispatchThread + dispatcher.dispatchThread, 0U);
-  }
-
   TestDispatcher dispatcher{3};
 };
 
 TEST_F(Dispatcher, ServesLevelsThenPlainEventsThenDueTimers) {
-  dispatcher.timer('t', 1, 0);
-  dispatcher.timer('z', 0, 1);  // not due
-  dispatcher.timer('d', 2, 0);
+  dispatcher.add('t', 1, 0);
+  dispatcher.add('z', 0, 1);  // not due
+  dispatcher.add('d', 2, 0);
   for (auto [name, priority] : {std::pair{'c', 2}, {'e', 3}, {'f', 255}, {'a', 0}, {'b', 1}}) {
-    dispatcher.plain(name, static_cast<unsigned char>(priority));
+    dispatcher.add(name, static_cast<unsigned char>(priority));
   }
   // A stream of events on a level keeps the next one waiting.
-  dispatcher.post(*new Event([&] { dispatcher.plain('y', 0); }, nullptr), 0);
-  // The event, not the overload that posts it, chooses its queue.
-  auto* const plain = new Timer(dispatcher.says('p'), nullptr, 1UL);
-  plain->becomePlain();
-  dispatcher.post(*plain, 0);
-  CUL_Event& timer = *new Timer(dispatcher.says('q'), nullptr, 1UL);
-  dispatcher.post(timer, 0);
-  EXPECT_EQ(dispatcher.drained(), "abpytcdef");
-  ThreadFronts::clock = 1'000'001;
-  EXPECT_EQ(dispatcher.drained(), "zq");
+  dispatcher.post(*new Event([&] { dispatcher.add('y', 0); }), 0);
+  EXPECT_EQ(dispatcher.drained(), "abytcdef");
+  ThreadFronts::clock += 1;
+  EXPECT_EQ(dispatcher.drained(), "z");
   TestDispatcher one(0), most(255);
-  one.plain('a', 255);
-  one.plain('b', 0);
-  most.plain('z', 255);
-  most.plain('y', 254);
-  EXPECT_EQ(one.drained() + most.drained(), "abyz");
+  one.add('x', 255);
+  most.add('z', 255);
+  most.add('y', 254);
+  EXPECT_EQ(one.drained() + most.drained(), "xyz");
 }
 
 TEST_F(Dispatcher, TimersRunByDueTimeAndEqualOnesAsTheyWerePosted) {
   std::mt19937 random(5);
-  std::multimap<unsigned long, int> expected;  // keeps the order of equal keys
-  std::vector<int> ran;
+  std::vector<std::pair<unsigned long, int>> posted, ran;  // delay and number
   for (int i = 0; i < 400; ++i) {
-    unsigned long const delay = random() % 40;
-    expected.emplace(delay, i);
-    dispatcher.post(*new Timer([&ran, i] { ran.push_back(i); }, nullptr, delay), 0);
+    auto const timer = posted.emplace_back(random() % 40, i);
+    dispatcher.post(*new Event([&ran, timer] { ran.push_back(timer); }, nullptr, timer.first), 0);
   }
-  ThreadFronts::clock = 2'000'000;
+  ThreadFronts::clock += 40;
   dispatcher.drained();
-  std::vector<int> order;
-  for (auto const& [delay, number] : expected) order.push_back(number);
-  EXPECT_EQ(ran, order);
+  std::sort(posted.begin(), posted.end());
+  EXPECT_EQ(ran, posted);
+}
+
+TEST_F(Dispatcher, NoTimerIsDueLaterThanTheLongestInterval) {
+  constexpr unsigned long kLongest = 2'147'483'647;
+  for (unsigned long delay : {0UL, kLongest - 1, kLongest, kLongest + 1, ~0UL}) {
+    CUL_Timer_Event timer(delay);
+    ThreadFronts::clock += 500;
+    timer.setTimeoutTime();  // anew, from now on
+    EXPECT_EQ(timer.timeToExpiry(), std::min(delay, kLongest));
+  }
 }
 
 TEST_F(Dispatcher, WaitsForTheNearestDueTimeOfTheServedLevels) {
   // Delays of timers on the three levels, where 0 is no timer, and the milliseconds.
   constexpr unsigned long kRows[][4] = {
-      {0, 0, 0, 1'000},     {2'500, 0, 0, 3},       {999, 0, 0, 1},           {1'000, 0, 0, 2},
-      {998'999, 0, 0, 999}, {999'000, 0, 0, 1'000}, {9'000'000, 0, 0, 1'000}, {7'000, 5'000, 0, 6},
-      {7'000, 9'000, 0, 8}, {7'000, 0, 10, 8}};
+      {0, 0, 0, 1'000},         {2'500, 0, 0, 3},     {999, 0, 0, 1},
+      {1'000, 0, 0, 2},         {998'999, 0, 0, 999}, {999'000, 0, 0, 1'000},
+      {9'000'000, 0, 0, 1'000}, {7'000, 5'000, 0, 6}, {7'000, 0, 10, 8}};
   for (auto const& row : kRows) {
     TestDispatcher waiting(3);
     for (unsigned char level = 0; level < 3; ++level) {
-      if (row[level] != 0) waiting.timer('a', static_cast<unsigned char>(level + 1), row[level]);
+      if (row[level] != 0) waiting.add('a', static_cast<unsigned char>(level + 1), row[level]);
     }
     waiting.block(2);
-    std::vector<unsigned long> waits;
     ThreadFronts::onWait = [&](unsigned long milliseconds) {
-      waits.push_back(milliseconds);
-      if (waits.size() == 2) waiting.destroy();  // the first wait is over, and nothing has come
+      EXPECT_EQ(milliseconds, row[3]);
+      waiting.destroy();
     };
     waiting.dispatchLoop();
-    EXPECT_THAT(waits, testing::ElementsAre(row[3], row[3]));
   }
 }
 
-TEST_F(Dispatcher, YieldsOnceAnEventWithTheLockHeld) {
-  dispatcher.plain('a', 0);
-  dispatcher.plain('b', 3);
-  dispatcher.timer('c', 2, 0);
-  int yields = 0;
-  ThreadFronts::onYield = [&] { yields += ThreadFronts::held; };
-  for (int i = 0; i < 3; ++i) dispatcher._process_event(dispatcher._waitpop());
-  EXPECT_EQ(yields, 3);
-  dispatcher._process_event(nullptr);
-  EXPECT_EQ(dispatcher.queued(), 0U);
-}
-
 TEST_F(Dispatcher, LevelsAreHeldBackAndReleased) {
-  dispatcher.plain('b', 2);
-  dispatcher.timer('c', 3, 0);
+  dispatcher.add('b', 2);
+  dispatcher.add('c', 3, 0);
   dispatcher.block(1);
-  dispatcher.plain('a', 3);  // is queued below
+  dispatcher.add('a', 3);  // is queued below
   EXPECT_EQ(dispatcher.drained(), "a");
-  EXPECT_EQ(dispatcher.queued(), 2U);
   dispatcher.block(2);
   EXPECT_EQ(dispatcher.drained(), "b");
   dispatcher.block(0);  // is 1
-  dispatcher.plain('d', 0);
+  dispatcher.add('d', 0);
   EXPECT_EQ(dispatcher.drained(), "d");
   dispatcher.block(255);
   EXPECT_EQ(dispatcher.drained(), "c");
-  EXPECT_EQ(dispatcher.queued(), 0U);
 }
 
 TEST_F(Dispatcher, FindsAndDiscardsByTag) {
   int tag = 0;
-  CUL_Event* const high = dispatcher.plain('h', 3);
-  CUL_Event* const timer = dispatcher.timer('t', 1, 9);
-  dispatcher.plain('x', 1);
-  CUL_Event* const first = dispatcher.plain('a', 1);
-  CUL_Event* const own = dispatcher.timer('y', 1, 10);
-  for (auto* event : {high, timer, first, dispatcher.plain('b', 1), dispatcher.timer('u', 1, 11)}) {
-    event->tag = &tag;
-  }
-  dispatcher.block(1);
+  CUL_Event* const timer = dispatcher.add('t', 1, 0);
+  CUL_Event* const other = dispatcher.add('x', 1);
+  CUL_Event* const first = dispatcher.add('a', 1);
+  // Discards the others while it is discarded itself.
+  CUL_Event* const last = new Event(nullptr, [&](char) { dispatcher._purge(&tag); });
+  dispatcher.post(*last, 1);
+  for (auto* event : {timer, first, last, dispatcher.add('h', 3)}) event->tag = &tag;
   EXPECT_EQ(dispatcher._findFirstEvent(&tag), first);
-  EXPECT_EQ(dispatcher._findFirstEvent(own), own);
-  EXPECT_EQ(dispatcher._findFirstEvent(&dispatcher), nullptr);
-  timer->tag = timer;
-  high->tag = high;
+  EXPECT_EQ(dispatcher._findFirstEvent(other), other);
   dispatcher._purge(&tag);
-  EXPECT_EQ(std::exchange(dispatcher.log, ""), "-u-b-a");
-  EXPECT_EQ(dispatcher._findFirstEvent(high), high);
-  EXPECT_EQ(dispatcher._findFirstEvent(timer), timer);
-  EXPECT_EQ(dispatcher.queued(), 4U);
-  dispatcher.block(3);
-  ThreadFronts::clock = 2'000'000;
-  EXPECT_EQ(dispatcher.drained(), "xtyh");
+  EXPECT_EQ(dispatcher._findFirstEvent(&tag), nullptr);
+  EXPECT_EQ(dispatcher.queued(), 1U);
+  EXPECT_EQ(dispatcher.drained(), "-h-t-ax");
 }
 
 TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {
-  for (char name : {'a', 'b'}) dispatcher.plain(name, 0);
-  for (char name : {'t', 'u'}) dispatcher.timer(name, 0, 5);
-  dispatcher.plain('h', 3);
+  for (char name : {'a', 'b'}) dispatcher.add(name, 0);
+  for (char name : {'t', 'u'}) dispatcher.add(name, 0, 5);
+  dispatcher.add('h', 3);
   dispatcher.block(1);
   dispatcher.destroy();
-  EXPECT_EQ(std::exchange(dispatcher.log, ""), "-h-u-t-b-a");
   EXPECT_EQ(dispatcher.queued(), 1U);  // what wakes the loop
-  Timer refused(nullptr, nullptr, 0UL);
+  Event refused(nullptr);
   EXPECT_FALSE(dispatcher.post(refused, 0));
-  EXPECT_EQ(dispatcher._waitpop(), nullptr);
-  EXPECT_EQ(dispatcher.drained(), "ended");
-  EXPECT_EQ(dispatcher.queued(), 0U);
-}
-
-TEST_F(Dispatcher, DestroyAtTheLastMoment) {
-  for (char name : {'a', 'b'}) dispatcher.plain(name, 0);
-  ThreadFronts::onYield = [&] {
-    EXPECT_TRUE(dispatcher.on_dispatch_thread());
-    dispatcher.destroy();
-  };
-  EXPECT_EQ(dispatcher.drained(), "-b?aended");  // taken, but too late to run
-  EXPECT_FALSE(dispatcher.on_dispatch_thread());
-}
-
-TEST_F(Dispatcher, EventsThatCallItWhileTheyAreDiscarded) {
-  int tag = 0;
-  auto const callsBack = [&](End end) {
-    EXPECT_EQ(end, kPurged);
-    auto* const late = dispatcher.plain('l', 3);
-    late->tag = &tag;
-    dispatcher.block(2);
-    dispatcher._purge(&tag);
-    EXPECT_EQ(dispatcher._findFirstEvent(&tag), nullptr);
-  };
-  for (unsigned char priority = 0; priority < 4; ++priority) {
-    auto* const event = new Event(nullptr, callsBack);
-    event->tag = &tag;
-    dispatcher.post(*event, priority);
-    dispatcher.plain('x', priority);
-  }
-  dispatcher._purge(&tag);
-  EXPECT_EQ(dispatcher.queued(), 4U);
-  dispatcher.post(*new Event(nullptr, [&](End) { dispatcher.destroy(); }), 0);
-  dispatcher.destroy();
-  EXPECT_EQ(dispatcher.queued(), 1U);
+  EXPECT_EQ(dispatcher.drained(), "-h-u-t-b-aended");
 }
 
 TEST_F(Dispatcher, WhatAnEventThrowsComesOutOfTheLoop) {
   unsigned int deleted = 0;
-  dispatcher.post(*new Event([] { throw 5; }, [&](End) { ++deleted; }), 0);
-  dispatcher.plain('a', 0);
+  dispatcher.post(*new Event([] { throw 5; }, [&](char) { ++deleted; }), 0);
+  dispatcher.add('a', 0);
   EXPECT_THROW(dispatcher.dispatchLoop(), int);
-  EXPECT_EQ(deleted, 1U);
-  EXPECT_FALSE(dispatcher.on_dispatch_thread());
+  EXPECT_TRUE(deleted == 1 && !dispatcher.on_dispatch_thread());
   EXPECT_EQ(dispatcher.drained(), "a");
+}
+
+// destroy() purges while the loop comes back from its event: the loop has to leave the queues alone
+// until destroy() is through with them.
+TEST(DispatcherThread, TheLoopEndsWhileDestroyPurges) {
+  TestDispatcher dispatcher(1);
+  std::counting_semaphore<> running{0}, go{0}, arrived{0};
+  ThreadFronts::onRequest = [&](std::string_view label) {
+    if (label == "purge") arrived.release();
+  };
+  std::thread loop([&] {
+    dispatcher.dispatchLoop();
+    arrived.release();
+  });
+  auto const hold = [&] {
+    running.release();
+    go.acquire();
+  };
+  auto const release = [&](char) {
+    go.release();
+    arrived.acquire();
+    EXPECT_EQ(dispatcher.log, "");
+  };
+  dispatcher.post(*new Event(hold), 0);
+  running.acquire();
+  for (char name : {'a', 'b', 'c', 'd', 'e'}) dispatcher.add(name, 0);
+  dispatcher.post(*new Event(nullptr, release), 0);
+  dispatcher.destroy();
+  loop.join();
+  ThreadFronts::onRequest = nullptr;
+  EXPECT_EQ(dispatcher.log, "-e-d-c-b-a");
+}
+
+// Threads that really run at once, for a sanitizer to look on: one blocks, one destroys, two post.
+TEST(DispatcherThread, EachEventEndsOnce) {
+  constexpr int kEach = 40;
+  for (int round = 0; round < 200; ++round) {
+    std::atomic<int> ended = 0;
+    std::latch start(4);
+    CUL_EventDispatcher dispatcher("round", 3, 0);
+    auto const note = [&](char) { ++ended; };
+    auto const act = [&](int thread) {
+      start.arrive_and_wait();
+      for (int i = 0; i < kEach; ++i) {
+        auto const number = static_cast<unsigned char>(i % 5);
+        if (thread == 0) dispatcher.block(number);
+        if (thread == 1 && i == round % kEach) dispatcher.destroy();
+        if (thread < 2) continue;
+        Event::Delay const delay = i % 4 == 0 ? Event::Delay(0) : Event::Delay();
+        auto event = std::make_unique<Event>(nullptr, note, delay);
+        if (dispatcher.post(*event, number)) static_cast<void>(event.release());
+      }
+    };
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) threads.emplace_back(act, thread);
+    for (auto& thread : threads) thread.join();
+    dispatcher.join();
+    EXPECT_EQ(ended, 2 * kEach);
+  }
+}
+
+// The alternate goes first: what it discards can still be posted to the other.
+TEST(ProcessDispatcher, EndsItsAlternateAndMakesAnother) {
+  CUL_Dispatcher& dispatcher = *CUL_Dispatcher::instance();
+  CUL_EventDispatcher* const first = dispatcher.makeAlternate();
+  EXPECT_EQ(CUL_Dispatcher::instance()->makeAlternate(), first);
+  bool taken = false;
+  auto const postAgain = [&](char) { taken = dispatcher.post(*new Event(nullptr), 0); };
+  auto const destroy = [&] {
+    EXPECT_TRUE(first->on_dispatch_thread());
+    first->post(*new Event(nullptr, postAgain), 0);
+    dispatcher.destroy();
+  };
+  first->post(*new Event(destroy), 77);
+  first->join();
+  EXPECT_TRUE(taken && !first->on_dispatch_thread());
+  CUL_EventDispatcher* const second = dispatcher.makeAlternate();
+  EXPECT_NE(second, first);
+  dispatcher.destroy();
+  second->join();
 }
 
 }  // namespace

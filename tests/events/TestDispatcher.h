@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -8,71 +9,51 @@
 #include "cul/events/EventDispatcherBase.h"
 #include "tests/support/ThreadFronts.h"
 
-/// How an event came to be deleted.
-enum End { kRan, kPurged, kUnrun };
-
-/// An event, or with CUL_Timer_Event a timer, that does something when it runs, and something else
-/// when it is deleted.
-template <class Base>
-class Doing : public Base {
+/// An event that does something when it runs, and something else when it is deleted, with how it
+/// came to be: 'R' has run, 'P' purged, 'U' unrun. With a delay it is a timer.
+class Event : public CUL_Timer_Event {
  public:
-  template <class... Delay>
-  Doing(std::function<void()> work, std::function<void(End)> end, Delay... delay)
-      : Base(delay...), work_(std::move(work)), end_(std::move(end)) {}
-  ~Doing() override {
-    if (end_) end_(ran_ ? kRan : this->purged ? kPurged : kUnrun);
-  }
+  using Delay = std::optional<unsigned long>;
 
+  explicit Event(std::function<void()> work, std::function<void(char)> end = nullptr,
+                 Delay delay = {})
+      : CUL_Timer_Event(delay.value_or(0)), work_(std::move(work)), end_(std::move(end)) {
+    isTimer = delay.has_value();
+  }
+  ~Event() override {
+    if (end_) end_(ran_ ? 'R' : purged ? 'P' : 'U');
+  }
   void handle_it() override {
     ran_ = true;
     if (work_) work_();
   }
-  void becomePlain() { this->isTimer = false; }
 
  private:
   std::function<void()> work_;
-  std::function<void(End)> end_;
+  std::function<void(char)> end_;
   bool ran_ = false;
 };
-using Event = Doing<CUL_Event>;
-using Timer = Doing<CUL_Timer_Event>;
 
-/// A dispatcher whose events write a log: their names as they run, behind a "-" as they are purged,
-/// behind a "?" as they are deleted unrun.
+/// A dispatcher whose events write a log: their names as they run, behind a "-" as they are purged.
 class TestDispatcher : public EventDispatcherBase {
  public:
-  using EventDispatcherBase::_process_event;
-  using EventDispatcherBase::_waitpop;
-  using EventDispatcherBase::dispatchThread;
+  using EventDispatcherBase::destroyed;
   using EventDispatcherBase::EventDispatcherBase;
 
-  CUL_Event* plain(char name, unsigned char priority) {
-    return posted(new Event(says(name), ends(name)), priority);
-  }
-  CUL_Event* timer(char name, unsigned char priority, unsigned long delay) {
-    return posted(new Timer(says(name), ends(name), delay), priority);
-  }
-  CUL_Event* posted(CUL_Event* event, unsigned char priority) {
+  CUL_Event* add(char name, unsigned char priority, Event::Delay delay = {}) {
+    auto const note = [this, name](char how) {
+      if (how == 'P') log += std::string("-") + name;
+    };
+    auto* const event = new Event([this, name] { log += name; }, note, delay);
     post(*event, priority);
     return event;
-  }
-
-  std::function<void()> says(char name) {
-    return [this, name] { log += name; };
-  }
-  std::function<void(End)> ends(char name) {
-    return [this, name](End end) {
-      if (end != kRan) log += std::string(end == kPurged ? "-" : "?") + name;
-    };
   }
 
   /// Runs what can run and gives the log, which starts anew. What is thrown to come back is the
   /// ordinary end of such a loop.
   std::string drained() {
     struct Stop {};
-    ThreadFronts::onWait = [this](unsigned long) {
-      post(*new Event([] { throw Stop(); }, nullptr), 0);
-    };
+    ThreadFronts::onWait = [this](unsigned long) { post(*new Event([] { throw Stop(); }), 0); };
     try {
       dispatchLoop();
       log += "ended";

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <random>
-#include <string>
 #include <vector>
 
-#include "quonutil/collections/AutoList.h"
+#include "quonutil/collections/List.h"
 
 namespace {
 
@@ -30,28 +29,7 @@ TEST(List, BehavesAsAVectorWhateverIsDoneToIt) {
       ASSERT_EQ(list.count(), model.size());
       for (unsigned int i = 0; i < list.count(); ++i) ASSERT_EQ(list[i], model[i]);
     }
-    List<int const*> const moved(std::move(list));
-    EXPECT_EQ(moved.count(), model.size());
-    list.append(model[0]);
-    EXPECT_EQ(list[list.count() - 1], list[0]);
   }
-}
-
-struct Element {
-  ~Element() { log += name + std::to_string(list.count()); }
-  char name;
-  std::string& log;
-  List<Element*>& list;
-};
-
-TEST(AutoList, DeletesFromTheLastToTheFirstAndTakesEachOutBefore) {
-  std::string log;
-  {
-    AutoList<Element*> list;
-    for (char name : {'a', 'b', 'c'}) list.append(new Element{name, log, list});
-    delete list.remove(1);
-  }
-  EXPECT_EQ(log, "b2c1a0");
 }
 
 }  // namespace

@@ -26,9 +26,7 @@ inline std::string bytesOf(ByteString const& bytes) { return {bytes.text(), byte
 class Scratch {
  public:
   Scratch() {
-    std::string pattern = std::filesystem::temp_directory_path() / "cul-test-XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    path_ = pattern;
+    if (::mkdtemp(path_.data()) == nullptr) std::abort();
   }
   Scratch(Scratch const&) = delete;
   Scratch& operator=(Scratch const&) = delete;
@@ -54,7 +52,7 @@ class Scratch {
   }
 
  private:
-  std::string path_;
+  std::string path_ = std::filesystem::temp_directory_path() / "cul-test-XXXXXX";
 };
 
 inline unsigned int openDescriptors() {

@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 
 #include "quonutil/threads/ElapsedTime.h"
-#include "quonutil/threads/StdThread.h"
 #include "quonutil/threads/UNIX_Critical_Section.h"
 #include "quonutil/threads/UNIX_Event_Semaphore.h"
 
@@ -17,37 +16,16 @@ Function* libraryOwn(char const* mangled) {
 
 }  // namespace
 
-void ThreadFronts::clear() {
-  clock = 0;
-  onWait = nullptr;
-  onRequest = nullptr;
-  onYield = nullptr;
-}
-
 unsigned long ElapsedTime::now() noexcept {
   if (unsigned long const reading = ThreadFronts::clock) return reading;
   static auto* const own = libraryOwn<unsigned long()>("_ZN11ElapsedTime3nowEv");
   return own();
 }
 
-void StdThread::thread_yield() noexcept {
-  if (ThreadFronts::onYield) return ThreadFronts::onYield();
-  static auto* const own = libraryOwn<void(StdThread*)>("_ZN9StdThread12thread_yieldEv");
-  own(this);
-}
-
-using LockOperation = void(UNIX_Critical_Section*, char const*, unsigned int);
-
 void UNIX_Critical_Section::request(char const* label, unsigned int line) noexcept {
   if (ThreadFronts::onRequest) ThreadFronts::onRequest(label);
-  static auto* const own = libraryOwn<LockOperation>("_ZN21UNIX_Critical_Section7requestEPKcj");
-  own(this, label, line);
-  ++ThreadFronts::held;
-}
-
-void UNIX_Critical_Section::release(char const* label, unsigned int line) noexcept {
-  static auto* const own = libraryOwn<LockOperation>("_ZN21UNIX_Critical_Section7releaseEPKcj");
-  --ThreadFronts::held;
+  using Request = void(UNIX_Critical_Section*, char const*, unsigned int);
+  static auto* const own = libraryOwn<Request>("_ZN21UNIX_Critical_Section7requestEPKcj");
   own(this, label, line);
 }
 

@@ -7,10 +7,6 @@
 
 #include "quonutil/trace/TraceImplementation.h"
 
-// The engine knows the flags by their numbers.
-static_assert(static_cast<int>(TraceFlag::detail) == 0 && static_cast<int>(TraceFlag::error) == 1);
-static_assert(static_cast<int>(TraceFlag::warning) == 2 && static_cast<int>(TraceFlag::vkt) == 27);
-
 /// Collects the trace lines of its lifetime, without their source line numbers.
 class TraceCapture {
  public:
