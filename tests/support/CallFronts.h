@@ -1,21 +1,15 @@
 #pragma once
 
-#include <fcntl.h>
+#include <atomic>
+#include <string>
+#include <utility>
 
-/// One call that the libraries make into the C library, or one allocation, whose name is "new".
-struct Call {
-  char const* name;
-  char const* path = nullptr;  ///< that it names
-  unsigned long bytes = 0;     ///< that it is to move
-  int flags = 0;               ///< of an open
-};
-
-/// What becomes of it.
+/// What becomes of a call.
 struct Fate {
   enum Way {
     kMade,         ///< as if nobody stood in between
-    kFails,        ///< it is not made, and gives -1 or null and sets `error`
-    kFailsBehind,  ///< it is made, and then gives that
+    kFails,        ///< it is not made, and fails with `error`
+    kFailsBehind,  ///< it is made, and then fails with that
     kMoves,        ///< it moves no more than `bytes`
     kOdd,          ///< it is made, and gives something strange
   };
@@ -24,19 +18,23 @@ struct Fate {
   unsigned long bytes = 0;
 };
 
-/// How it ended: the error, 0 for none, and the bytes that were moved.
-struct End {
-  int error;
-  unsigned long moved;
+/// One call that the libraries make into the C library, or one allocation, whose name is "new".
+struct Call {
+  std::string name, path;   ///< and the path that it is given
+  unsigned long asked = 0;  ///< bytes that it is to move or to map
+  int flags = 0;            ///< of an open
+  Fate fate = {};
+  int error = 0;            ///< that it ended with, 0 for none
+  unsigned long moved = 0;  ///< bytes
 };
 
-/// Looks at each call that its thread makes, while it is the current one. What it calls itself is
-/// not looked at.
+/// Decides about each call that its thread makes, while it is the current one, and hears how it
+/// ended. What it calls itself is not looked at.
 class CallWatch {
  public:
   virtual ~CallWatch() = default;
   virtual Fate before(Call const& call) = 0;
-  virtual void after(Call const& call, Fate const& fate, End const& end) = 0;
+  virtual void after(Call const& call) = 0;
 
   /// This thread's; null, and there is no difference.
   static inline thread_local CallWatch* current = nullptr;
@@ -45,13 +43,11 @@ class CallWatch {
 /// Makes a watch the current one as long as it lives, or none.
 class Watching {
  public:
-  explicit Watching(CallWatch* watch) : before_(CallWatch::current) { CallWatch::current = watch; }
-  Watching(Watching const&) = delete;
-  Watching& operator=(Watching const&) = delete;
+  explicit Watching(CallWatch* watch) : before_(std::exchange(CallWatch::current, watch)) {}
   ~Watching() { CallWatch::current = before_; }
 
  private:
-  CallWatch* before_;
+  CallWatch* const before_;
 };
 
 /// What `time` answers while it is not 0.
@@ -59,3 +55,7 @@ inline long frozenTime = 0;
 
 /// What the password database answers while it is not null: the home directory of every user.
 inline char const* passwordHome = nullptr;
+
+/// Bytes that watched threads have allocated with operator new and nobody has deleted yet; each
+/// block counts for one more.
+inline std::atomic<long> liveMemory = 0;

@@ -5,50 +5,33 @@
 #include <map>
 #include <new>
 #include <ostream>
-#include <string>
 #include <system_error>
 #include <vector>
 
 #include "cul/events/EventDispatcherBase.h"
 #include "cul/platform/CUL_ApiFailure.h"
 #include "tests/dbgcache/TestCache.h"
-#include "tests/sweep/Plan.h"
 
-/// What a world is made of.
-enum Part : unsigned int {
-  kHome = 1,        ///< a home directory without a cache
-  kCache = 2,       ///< a cache directory with a copy
-  kCrowd = 4,       ///< and what else may lie there
-  kFile = 8,        ///< a file to be read
-  kTree = 16,       ///< directories to be searched
-  kCatalog = 32,    ///< a message catalog
-  kHandsDown = 64,  ///< nothing: the descriptors are for children too
-};
+bool fits(std::string const& pattern, std::string const& text);
 
-/// What a file is that is not there.
+/// Contents of files by name. "/" is a directory, "@x" a link to x, "|" a FIFO, kGone no file.
+using Files = std::map<std::string, std::string>;
 inline constexpr char kGone[] = "gone";
+std::string contentIn(Files const& files, std::string const& name);
 
-/// A directory, with files in it, that can be put back to what it was.
+/// A directory, with files in it, that can be put back to what it was. A file "outside" is added;
+/// those that are called "ancient" were last accessed when nobody knows.
 class World {
  public:
-  /// Their contents by name. "/" is a directory, "@x" a link to x, "|" a FIFO.
-  using Files = std::map<std::string, std::string>;
-  static std::string contentIn(Files const& files, std::string const& name);
-
-  explicit World(unsigned int parts);
+  explicit World(Files files);
   ~World();
 
-  /// Everything below the directory.
   Files files() const;
   void restore() const;
+  void makeOld(std::string const& name) const;
   std::string path(std::string const& name) const { return scratch_.path("world/" + name); }
   /// The text with "~" in place of the directory.
   std::string shortened(std::string text) const;
-  void write(std::string const& name, std::string const& content) const {
-    scratch_.write("world/" + name, content);
-  }
-  /// As if it had been accessed last when nobody knows.
-  void makeOld(std::string const& name) const;
 
   Files original;
 
@@ -56,18 +39,34 @@ class World {
   Scratch scratch_;
 };
 
-/// One run of a scenario: the lines that it traces, and what comes out of it.
-class Run {
- public:
-  Run(World const& theWorld, CallWatch& watch) : world(theWorld), watch_(watch) {}
+/// One thing that goes wrong.
+struct Fault {
+  unsigned int point;  ///< the call, counted from 1
+  Fate fate;
+  bool onwards = false;  ///< so do all that follow, of memory or of the C library
+};
 
-  /// Does something while the watch looks on.
+/// What can become of such a call, failures first.
+std::vector<Fate> fatesOf(Call const& call);
+
+/// "open" when it failed, "+open" when not, "read:part" and "read:none" when it moved less than it
+/// was to, "readdir:odd".
+std::string endingOf(Call const& call);
+
+inline bool isNew(Call const& call) { return call.name == "new"; }
+
+/// One run of an operation: what is to go wrong, and what comes of it.
+class Run : public CallWatch {
+ public:
+  explicit Run(World const& theWorld, std::vector<Fault> theFaults = {})
+      : world(theWorld), faults(std::move(theFaults)) {}
+
+  /// Does something while its calls are looked at.
   template <class Operation>
   void attempt(Operation operation) {
-    active_ = this;
-    errno = 0;
+    errno = EDOM;  // an old one, which nobody may take for theirs
     try {
-      Watching const watching(&watch_);
+      Watching const watching(this);
       operation();
       error = errno;
     } catch (std::bad_alloc const&) {
@@ -78,82 +77,72 @@ class Run {
       result += "error " + std::to_string(failure.code().value()) + " ";
     }
   }
-
+  /// The same, and gives what that gives, or an empty value.
+  template <class Operation>
+  auto valueOf(Operation operation) {
+    decltype(operation()) value{};
+    attempt([&] { value = operation(); });
+    return value;
+  }
   Run& operator<<(std::string const& text) {
     result += world.shortened(text);
     return *this;
   }
   Run& operator<<(long number) { return *this << std::to_string(number); }
-  void line(std::string const& text) { lines += text + "\n"; }
-  std::string told() const { return lines + result; }
 
-  /// Sets every trace flag, and has the lines go to the run that is active.
+  /// Has what is traced go to the run that looks on.
   static void startTracing();
-  static inline bool muted = false;  ///< they go nowhere
 
   World const& world;
-  std::string lines, result;
-  int error = 0;  ///< errno behind the last attempt
+  std::vector<Fault> const faults;
+  std::function<void(unsigned int point)> onPoint;  ///< before each call of the C library
+
+  std::vector<Call> calls;
+  std::string lines, result;  ///< that are traced, and that the operation gives
+  int error = 0;              ///< errno behind the last attempt
+  long mapped = 0;            ///< bytes that are still mapped
+  int badCloses = 0;          ///< of what was not open
+  int inheritable = 0;        ///< descriptors that a child would get
 
  private:
-  static void take(void*, char const* line, unsigned int length);
-  static inline thread_local Run* active_ = nullptr;
-
-  CallWatch& watch_;
+  Fate before(Call const& call) override;
+  void after(Call const& call) override;
 };
 
-/// What is promised of a call that ends in a certain way.
-struct Promise {
-  char const* call;              ///< how it ends: a pattern for Seen::ending
-  char const* line = nullptr;    ///< is traced then; %c is the call, %e the error, %p its path
-  char const* result = nullptr;  ///< a pattern for what comes out then; null: nothing changes
-  int nth = 0;                   ///< of the calls with that name; 0 is each
-  char const* behind = nullptr;  ///< only when a call of this name has failed before
-  int error = 0;                 ///< only with this one
+/// The file that an operation is about, and others lay hands on.
+struct Victim {
+  char const* file = nullptr;
+  char const* told = "gone";       ///< a pattern for what else may come out then
+  char const* after = nullptr;     ///< what becomes of it, null when it stays
+  char const* casualty = nullptr;  ///< another that may go when something fails
 };
 
-/// An operation, and what is promised of it.
+/// An operation, and what is promised of it. Files in "files" it opens as open(2) does.
 struct Scenario {
-  using Patterns = std::vector<char const*>;
-
-  Scenario(char const* theName, unsigned int theParts, std::function<void(Run&)> theBody,
-           char const* theResult = "", char const* theOneWithoutMemory = "",
-           std::vector<Promise> thePromises = {}, char const* theVictim = nullptr,
-           Patterns thoseBeside = {}, char const* theContent = nullptr,
-           char const* theCasualty = nullptr)
-      : name(theName),
-        parts(theParts),
-        body(std::move(theBody)),
-        result(theResult),
-        withoutMemory(theOneWithoutMemory),
-        promises(std::move(thePromises)),
-        victim(theVictim),
-        beside(std::move(thoseBeside)),
-        after(theContent),
-        casualty(theCasualty) {}
-
+  using Body = std::function<void(Run&)>;
   char const* name;
-  unsigned int parts;
-  std::function<void(Run&)> body;
-  char const* result;         ///< a pattern for what comes out without a fault
-  char const* withoutMemory;  ///< and behind "bad_alloc " when an allocation fails
-  std::vector<Promise> promises;
-  char const* victim;    ///< the file that it is about, and others lay hands on
-  Patterns beside;       ///< for what else may be told then
-  char const* after;     ///< what becomes of that file, null when it stays
-  char const* casualty;  ///< a file that may go when something fails
-
-  /// The lines, and the pattern of the result, that are promised when the calls ended so.
-  std::pair<std::string, std::string> promised(std::vector<Seen> const& calls,
-                                               World const& world) const;
+  Files files;
+  Body body;
+  char const* result;  ///< a pattern for what comes out
+  /// "before>call#2 => line -> result; ...": when the second call with this ending (a pattern) is
+  /// made, and "before" has failed, this line is traced, and this pattern takes the result's place.
+  /// All but the call may be left out; the first rule that fits counts. %c is the call, %e the
+  /// error, %p its path.
+  std::string rules;
+  Victim victim;
   friend void PrintTo(Scenario const& scenario, std::ostream* out) { *out << scenario.name; }
 };
+inline Scenario scenario(char const* name, Files const& files, Scenario::Body const& body,
+                         char const* result, std::string const& rules = "",
+                         Victim const& victim = {}) {
+  return {name, files, body, result, rules, victim};
+}
 std::vector<Scenario> cacheScenarios();
-std::vector<Scenario> fileScenarios();
-std::vector<Scenario> searchScenarios();
-std::vector<Scenario> memoryScenarios();
+std::vector<Scenario> otherScenarios();
 
-bool fits(std::string const& pattern, std::string const& text);
+/// Runs a scenario again and again, each time with something else that goes wrong, holds what comes
+/// of it against what is promised, prints how many points there were and gives what is amiss.
+std::vector<std::string> sweep(Scenario const& scenario);
 
 /// What a dispatcher keeps to itself.
 struct Opened : EventDispatcherBase {
@@ -164,8 +153,11 @@ struct Opened : EventDispatcherBase {
 };
 
 /// A cache over the directory of a world, whose own start was over before; what the copy in it is
-/// called, and what it is a copy of.
+/// called, what it is a copy of, and what it holds when one has stored "data" and perhaps another
+/// "theirs".
 TestCache& cacheOf(World const& world);
 inline constexpr char kCopy[] = "cache/main.o.8d777f385d3dfec8815d20f7496026dc";
-FileName const& copyFile();
-MD5 const& copyDigest();
+inline FileName const copyFile = fileName("main.o");
+inline MD5 const copyDigest("data", 4);
+inline constexpr char kStored[] = "@(data|theirs|datars)";
+void store(TestCache& cache, char const* content, MD5 const* digest);
