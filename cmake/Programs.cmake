@@ -18,7 +18,7 @@ function(cul_test name)
     target_link_libraries(${target} PRIVATE cul_fortify)
   endif()
   gtest_discover_tests(${target} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 120
-    PROPERTIES TIMEOUT 300 LABELS suite)
+    PROPERTIES TIMEOUT ${CUL_TEST_SECONDS} LABELS suite)
 endfunction()
 
 # cul_bench(name SOURCES … [LIBS …]): a Google Benchmark program `<name>_bench`. LIBS are its peers.

@@ -22,3 +22,6 @@ void startChild(Parts& parts);
 
 /// Shows numbers, patterns and bytes as text, beside what printf makes of them.
 void showValues(Parts& parts);
+
+/// Shows the process and its kernel, a name made whole, code pages, modules, words and failures.
+void showPlatform(Parts& parts);

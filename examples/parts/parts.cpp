@@ -1,4 +1,5 @@
-// cul-parts: the smaller parts of the library at work: messages, an environment, values.
+// cul-parts: the smaller parts of the library at work: messages, an environment, values, the
+// platform.
 //
 //   cul-parts LOCALES
 //
@@ -20,6 +21,7 @@ int main(int argc, char** argv) {
     showMessages(parts, argv[1]);
     startChild(parts);
     showValues(parts);
+    showPlatform(parts);
     parts.display.heading("Summary");
     if (parts.checks.broken().empty()) parts.display.line("Every comparison held.");
     return parts.checks.exitStatus();

@@ -86,10 +86,20 @@ TEST_F(Cache, IsInTheHomeDirectoryWhenNoneIsGiven) {
   std::filesystem::remove(made);
   scratch.write("a:b/.vexcorlz", "");
   EXPECT_EQ(start(home.c_str(), ""), "");
+  EXPECT_TRUE(TestCache::dirExists("/") && !TestCache::dirExists("/dev/null"));
+}
+
+TEST_F(Cache, ItsSettingIsOneOfThirtyTwoAndItsParameterOneOfAFew) {
+  auto const none = static_cast<DebuggerParameters::ParmType>(999);
+  EXPECT_TRUE(DebuggerParameters::instance()->parm(none).isEmpty());
+  EXPECT_THROW(DebuggerParameters::instance()->setParm(none, text("")), std::out_of_range);
+  EXPECT_THROW(DebuggerSettings::instance()->setting(32), std::out_of_range);
 }
 
 TEST_F(Cache, ThatCannotBeUsedSaysSoInThreeWays) {
   cache.cacheDirectory.clear();
+  EXPECT_TRUE(cache.actualName(file, nullptr).isEmpty() && !cache.readFile(file, nullptr, 0, 1));
+  cache.remove(5U);
   TraceCapture capture({TraceFlag::detail, TraceFlag::error, TraceFlag::vkt, TraceFlag::warning});
   EXPECT_EQ(cache.readFile(file, nullptr, 0, 1), nullptr);
   cache.addFile(ByteString("x", 1), file, nullptr);
@@ -158,11 +168,14 @@ TEST_F(Cache, TheLimitOfTheAgeIsExactAndWraps) {
   frozenTime = 2000000000;
   std::filesystem::create_symlink("stays", scratch.path("link"));  // is as old as what it leads to
   constexpr long kRows[][3] = {{48, 172800, 172801}, {0, -5, 1}, {1193047, 1904, 1905}};
+  TraceCapture capture({TraceFlag::detail});
   for (auto const& [hours, stays, goes] : kRows) {
     age(scratch.write("stays", ""), stays);
     age(scratch.write("goes", ""), goes);
     cache.remove(static_cast<unsigned int>(hours));
     EXPECT_THAT(scratch.names(), ElementsAre("link", "stays")) << hours;
+    std::string const how = hours == 0 ? "Clearing cache" : "Removing files in cache";
+    EXPECT_THAT(capture.lines().at(0), testing::StartsWith("remove ** " + how));
   }
 }
 

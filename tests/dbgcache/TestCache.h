@@ -24,6 +24,7 @@ inline EncodedString& cacheSetting() {
 struct TestCache : DbgCacheUnix {
   virtual ~TestCache() = default;
   using DbgCacheUnix::cacheDirectory;
+  using DbgCacheUnix::dirExists;
   using DbgCacheUnix::expiryHours;
 };
 

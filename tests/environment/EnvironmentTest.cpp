@@ -115,6 +115,8 @@ TEST(Environment, WhatTheProcessHasGoesThroughByteForByteAndToAChild) {
   strings.push_back(nullptr);
   char** const before = std::exchange(environ, strings.data());
   environment.localEnvironment();
+  environ = nullptr;
+  EXPECT_EQ(UNIX_Environment(environment).localEnvironment().numvars(), 0U);
   environ = before;
   EXPECT_EQ(joined(environment.envp()), expected);
 

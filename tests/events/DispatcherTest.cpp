@@ -9,9 +9,12 @@
 #include <thread>
 #include <vector>
 
+#include "cul/events/CUL_Condition.h"
 #include "cul/events/CUL_Dispatcher.h"
 #include "cul/events/CUL_EventDispatcher.h"
 #include "tests/events/TestDispatcher.h"
+
+class DSL_Thread {};  // a host's
 
 namespace {
 
@@ -102,16 +105,19 @@ TEST_F(Dispatcher, FindsAndDiscardsByTag) {
   CUL_Event* const timer = dispatcher.add('t', 1, 0);
   CUL_Event* const other = dispatcher.add('x', 1);
   CUL_Event* const first = dispatcher.add('a', 1);
+  dispatcher.add('u', 2, 0);
+  CUL_Event* const late = dispatcher.add('v', 2, 0);
   // Discards the others while it is discarded itself.
   CUL_Event* const last = new Event(nullptr, [&](char) { dispatcher._purge(&tag); });
   dispatcher.post(*last, 1);
   for (auto* event : {timer, first, last, dispatcher.add('h', 3)}) event->tag = &tag;
   EXPECT_EQ(dispatcher._findFirstEvent(&tag), first);
   EXPECT_EQ(dispatcher._findFirstEvent(other), other);
+  EXPECT_EQ(dispatcher._findFirstEvent(late), late);
   dispatcher._purge(&tag);
   EXPECT_EQ(dispatcher._findFirstEvent(&tag), nullptr);
-  EXPECT_EQ(dispatcher.queued(), 1U);
-  EXPECT_EQ(dispatcher.drained(), "-h-t-ax");
+  EXPECT_EQ(dispatcher.queued(), 3U);
+  EXPECT_EQ(dispatcher.drained(), "-h-t-axuv");
 }
 
 TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {
@@ -123,7 +129,14 @@ TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {
   EXPECT_EQ(dispatcher.queued(), 1U);  // what wakes the loop
   Event refused(nullptr);
   EXPECT_FALSE(dispatcher.post(refused, 0));
+  dispatcher._process_event(nullptr);
   EXPECT_EQ(dispatcher.drained(), "-h-u-t-b-aended");
+}
+
+TEST(Condition, HoldsAndStays) {
+  DSL_Thread thread;
+  CUL_Condition const condition;
+  EXPECT_TRUE(condition.is_true(thread) && !condition.has_expired());
 }
 
 TEST_F(Dispatcher, WhatAnEventThrowsComesOutOfTheLoop) {

@@ -37,6 +37,7 @@ class Event : public CUL_Timer_Event {
 /// A dispatcher whose events write a log: their names as they run, behind a "-" as they are purged.
 class TestDispatcher : public EventDispatcherBase {
  public:
+  using EventDispatcherBase::_process_event;
   using EventDispatcherBase::destroyed;
   using EventDispatcherBase::EventDispatcherBase;
 

@@ -31,6 +31,8 @@ TEST_F(File, KnowsItsPositionOrThatItDoesNot) {
   } const rows[] = {
       {[&] { return file.read(bytes, 4, -1) + file.lseek(0, CUL_Api::kFromStart); }, -2, -1},
       {[&] { return TestFile("none").find(text("/proc")); }, -1, -1},
+      {[&] { return TestFile("none").timeDateStamp().isKnown(); }, 0, -1},
+      {[&] { return TestFile("none", 9999).timeDateStamp().isKnown(); }, 0, -1},
       {[&] { return wanted.find(text("/proc:" + scratch.path())) == 0 && wanted.open(); }, 1, -1},
       {[&] { return file.open(); }, 1, 0},
       {[&] { return file.read(bytes, 10, 0); }, 4, 4},
@@ -40,6 +42,7 @@ TEST_F(File, KnowsItsPositionOrThatItDoesNot) {
       {[&] { return file.read(bytes, 10, -1); }, 1, 5},
       {[&] { return file.lseek(-1, CUL_Api::kFromStart); }, -1, -1},
       {[&] { return file.read(bytes, 1, -1); }, 0, -1},  // stands at the end, and nobody knows it
+      {[&] { return file.lseek(4, CUL_Api::kFromStart); }, 4, 4},
       {[&] { return file.lseek(-1, CUL_Api::kFromEnd); }, 3, 3},
       {[&] { return file.lseek(-2, CUL_Api::kFromCurrent); }, 1, 1},
       {[&] { return file.open() + file.filesize() + file.timeDateStamp().isKnown(); }, 6, 1},

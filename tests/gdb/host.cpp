@@ -10,6 +10,7 @@
 #include "cul/messages/CUL_Message.h"
 #include "cul/values/Bit_Pattern.h"
 #include "cul/values/Byte_String.h"
+#include "cul/values/Unsigned_Bits.h"
 #include "quonutil/collections/AutoList.h"
 #include "quonutil/names/FileName.h"
 #include "quonutil/threads/UNIX_Critical_Section.h"
@@ -58,6 +59,7 @@ void show() {
   texts.append(nullptr);
   Byte_String const owned("ABCDE", 5);
   Bit_Pattern const pattern(12, "fed");
+  Unsigned_Bits const number(255);
   UNIX_Environment variables;
   variables.add(encoded("PATH"), encoded("/bin"));
   variables.add(encoded("\xE9"), encoded(""));

@@ -18,6 +18,7 @@ OBJECTS = {
     "texts": r'2 elements = {[0] = "café \"\351\"\012", [1] = 0x0}',
     "owned": '5 bytes, 41424344 45  "ABCDE"',
     "pattern": "12 bits, 0FED",
+    "number": "255 (0xff)",
     "variables": r'2 variables = {PATH = "/bin", \351 = ""}',
     "text": r'"café \"\351\"\012"',
     "message": r'message 12 of set 3, its text not yet asked for = {%1 = "café \"\351\"\012"}',

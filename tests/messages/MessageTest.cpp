@@ -73,6 +73,10 @@ TEST_F(Messages, WhereACatalogIsLookedFor) {
     EXPECT_EQ(bytesOf(XPG4MsgServer(locale, "d").message(1, 1)), found) << nlspath;
   }
   EXPECT_FALSE(XPG4MsgServer("a/b", "d").isOpen());
+  ::unsetenv("NLSPATH");
+  EXPECT_FALSE(XPG4MsgServer("xx.y", "no catalog").isOpen());
+  ASSERT_EQ(::truncate(scratch.path("d").c_str(), 1L << 32), 0);
+  EXPECT_FALSE(XPG4MsgServer(nullptr, scratch.path("d").c_str()).isOpen());
 }
 
 TEST_F(Messages, WhichOperationsForgetTheText) {
@@ -113,6 +117,7 @@ TEST_F(Messages, TheFrontEndsCatalogIsOpenedWhenItsLocaleIsSet) {
 
 TEST_F(Messages, Printing) {
   compile(scratch, "C", "$set 1\n1 local %1");
+  CUL_Message(a).messagePopup();  // is not traced
   TraceCapture capture({TraceFlag::error});
   for (int flags = 0; flags < 16; ++flags) {
     std::string const before(flags & 2 ? "\n" : ""), after(flags & 4 ? "\n" : "");

@@ -29,7 +29,8 @@ std::string shownOf(unsigned int bits, std::string digits) {
 
 void checkPattern(unsigned int bits, std::string const& all, std::string shown) {
   Bit_Pattern pattern(bits % 9, "1");
-  pattern = Bit_Pattern(Bit_Pattern(bits, all.c_str()));
+  Bit_Pattern const made(bits, all.c_str()), copy(made);
+  pattern = copy;
   pattern = static_cast<Bit_Pattern const&>(pattern);
   require(pattern.bits() == (shown.empty() ? 0 : bits));
   if (shown.empty()) shown = "00";
@@ -38,7 +39,7 @@ void checkPattern(unsigned int bits, std::string const& all, std::string shown) 
   require(bytesOf(pattern.format(form)) == shown && pattern.format(wide).encoded() == form);
   bool const isNatural = shown.size() <= 16 && std::has_single_bit(shown.size());
   require(pattern == (isNatural ? std::strtoul(shown.c_str(), nullptr, 16) : 0));
-  require(pattern.is_zero() == (shown.find_first_not_of('0') == std::string::npos));
+  require(pattern.is_non_zero() == (shown.find_first_not_of('0') != std::string::npos));
 }
 
 void checkNumber(Unsigned_Bits const& bits, unsigned int width) {

@@ -28,7 +28,9 @@ TEST(ApiObject, ReadsTheKernelsVersionUntilItIsKnownAndComparesItNumberByNumber)
   EXPECT_EQ(against(5, 14, 21) + against(5, 14, 20) + against(5, 13, 99) + against(4, 99, 99) +
                 against(5, 14, 22) + against(5, 15, 0) + against(6, 0, 0),
             "1222000");
-  EXPECT_NE(kernel.getEBCDICtable("no such page"), nullptr);
+  kernel.osVersion(nullptr, nullptr, nullptr);
+  EXPECT_EQ(CUL_Api::defaultApi(&kernel), &kernel);
+  EXPECT_EQ(CUL_Api().getEBCDICtable(nullptr), kernel.getEBCDICtable("no such page"));
 }
 
 // As a path, words, a file name, wide characters, and a message with its inserts.
@@ -74,6 +76,9 @@ TEST(Wrapper, WhatIsGivenBackOnSuccessAndOnFailure) {
   auto const unknown = static_cast<CUL_Api::Whence>(7);
   EXPECT_TRUE(CUL_Api::lseek(fd, offset, 3, unknown) == 0 && offset == 3);
   EXPECT_TRUE(CUL_Api::close(fd) == 0 && CUL_Api::filesize(fd, offset) == 1 && offset == 3);
+
+  struct stat state;
+  EXPECT_EQ(UNIX_Api::setFilePosition(-1, 0) + UNIX_Api::stat("/no/where", &state), 2);
 
   ASSERT_EQ(::truncate(scratch.path("huge").c_str(), 1L << 32), 0);
   ByteString content("old", 3);

@@ -31,6 +31,23 @@ TEST(CharString, DecodesUtf8AndLosesNoOtherByte) {
             "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
 }
 
+TEST(CharString, ReplacesWhatBeginsBehindAPlace) {
+  struct {
+    wchar_t const *text, *from, *to;
+    unsigned int start;
+    wchar_t const* expected;
+  } constexpr kRows[] = {
+      {L"aXaX", L"X", L"XX", 0, L"aXXaXX"}, {L"aXaX", L"aX", L"", 2, L"aX"},
+      {L"aaa", L"aa", L"b", 1, L"ba"},      {L"aa", L"", L"b", 1, L"aa"},
+      {L"aa", L"a", L"b", 3, L"aa"},
+  };
+  for (auto const& row : kRows) {
+    CharString text(row.text);
+    text.change(row.from, row.to, row.start);
+    EXPECT_EQ(text, CharString(row.expected)) << row.expected;
+  }
+}
+
 TEST(EncodedString, EveryLengthAroundTheInnerBuffer) {
   for (unsigned int length = 0; length <= 40; ++length) {
     std::string const expected(length, 'x');
@@ -45,6 +62,9 @@ TEST(EncodedString, EveryLengthAroundTheInnerBuffer) {
     copy.reserve(length + 50);
     copy.cut(length + 50);  // which never lengthens
     EXPECT_EQ(copy.data(), std::string(copy.length(), 'x'));
+    EncodedString ended(ByteString(copy.data(), copy.length()), EncodedString::kSystemText);
+    for (int i = 0; i < 2; ++i) ended.endIn('/');
+    EXPECT_EQ(bytesOf(ended), bytesOf(copy) + "/");
     EXPECT_EQ((made + made).data(), expected + expected);
   }
 }

@@ -38,6 +38,12 @@ TEST(Trace, ALineCannotBeForgedAndNoLineIsCut) {
   }
 }
 
+TEST(Trace, GoesToStandardErrorWhenNobodyTakesIt) {
+  testing::internal::CaptureStderr();
+  say("heard");
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::EndsWith(" ** heard\n"));
+}
+
 // The messages in a trace file, of which each line is whole.
 std::vector<std::string> messagesIn(std::string const& path) {
   std::vector<std::string> messages;

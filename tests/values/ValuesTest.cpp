@@ -32,8 +32,9 @@ TEST(Digits, NumbersOfEverySizeAndWhatIsNoNumber) {
     unsigned long const edge = (1UL << i % 64) - i / 64 % 2;
     compare(i % 131, std::to_string(i < 128 ? edge : random() >> i % 64));
   }
-  for (char const* odd : {"", "-1", " +7z", " 0x10", "0x0x10", "0xx1", "0 x10", "\t1", "x1", "1/",
-                          "1:", "1@", "1G", "1`", "1g", "18446744073709551616", "\xA0"}) {
+  for (char const* odd :
+       {"", "-1", " +7z", " 0x10", "0x0x10", "0xx1", "0 x10", "\t1", "x1", "1/", "1:", "1@", "1G",
+        "1`", "1g", "18446744073709551616", "\xA0", "11111111111111111g"}) {
     compare(64, odd);
   }
 }
@@ -49,7 +50,7 @@ struct TestString : Byte_String {
 
 TEST(ByteString, GrowsExactlyAndLeavesWhatItBorrowed) {
   char lent[] = "lent";
-  TestString string(lent, 4, 0);
+  TestString string(lent, 4, 0), unchanged(lent, 4, 0);
   string.assign("a", 1).overlay_with("bc", 2, 1).overlay_with("x", 1, 4);  // beyond the end
   EXPECT_EQ(string.state() + TestString(string).state(), "abc/4babc/3");
   string.clear();
@@ -67,6 +68,11 @@ TEST(ByteString, GrowsExactlyAndLeavesWhatItBorrowed) {
   string = TestString(5U);
   EXPECT_EQ(string.state() + TestString(nullptr, 5).state() + TestString(3U, 'x').state(),
             "/20/0xxx/3");
+  TestString none, kept = none = TestString("kept", 4);
+  EXPECT_EQ(none.overlay_with("", 0, 0).overlay_with("E", 1, 1).count(), 4U);
+  EXPECT_EQ(none.state() + (kept = TestString()).state(), "kEpt/4/4");
+  none.clear();
+  EXPECT_TRUE(none.state() == "/0" && none == kept);
   EXPECT_EQ(Byte_String("a\0b", 3) != Byte_String("a", 1), 1);
   EXPECT_LT(Byte_String("a\0b", 3) != Byte_String("a\0c", 3), 0);
   EXPECT_TRUE(string.diagFormat().isEmpty());
