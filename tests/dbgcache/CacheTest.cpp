@@ -120,6 +120,8 @@ TEST_F(Cache, ACopyIsNamedByShortNameAndDigestAndHoldsTheBytesAlone) {
   ASSERT_EQ(::stat(scratch.path(digestName).c_str(), &state), 0);
   EXPECT_GT(state.st_atime, 0);  // it is young again
   EXPECT_EQ(state.st_mode, S_IFREG | 0600U);
+  EXPECT_EQ(bytesOf(cache.actualName(file, &digest)), scratch.path(digestName));
+  EXPECT_TRUE(cache.actualName(file, nullptr).isEmpty());
   cache.addFile(ByteString("", 0), fileName("d/a(b)"), nullptr);
   EXPECT_THAT(scratch.names(), ElementsAre("a(b)", digestName));
   EXPECT_EQ(scratch.read(digestName), std::string("a\0\n\xFF", 4));

@@ -139,6 +139,17 @@ TEST(Condition, HoldsAndStays) {
   EXPECT_TRUE(condition.is_true(thread) && !condition.has_expired());
 }
 
+TEST_F(Dispatcher, ItsOwnEndDiscardsToo) {
+  std::string ends;
+  {
+    TestDispatcher ending(2);
+    for (char name : {'a', 'b'}) {
+      ending.post(*new Event(nullptr, [&ends, name](char how) { ends += {name, how}; }), 0);
+    }
+  }
+  EXPECT_EQ(ends, "bPaP");
+}
+
 TEST_F(Dispatcher, WhatAnEventThrowsComesOutOfTheLoop) {
   unsigned int deleted = 0;
   dispatcher.post(*new Event([] { throw 5; }, [&](char) { ++deleted; }), 0);

@@ -24,18 +24,20 @@ struct File : testing::Test {
 
 TEST_F(File, KnowsItsPositionOrThatItDoesNot) {
   ByteString out("old", 3);
+  struct stat state;
   TestFile wanted("four");
   struct Row {
     std::function<long()> operation;
     long result, position;
   } const rows[] = {
       {[&] { return file.read(bytes, 4, -1) + file.lseek(0, CUL_Api::kFromStart); }, -2, -1},
-      {[&] { return TestFile("none").find(text("/proc")); }, -1, -1},
+      {[&] { return TestFile("none").find(text("/proc")) + TestFile("none").open(); }, -1, -1},
+      {[&] { return TestFile("none").fstat(state); }, -1, -1},
       {[&] { return TestFile("none").timeDateStamp().isKnown(); }, 0, -1},
       {[&] { return TestFile("none", 9999).timeDateStamp().isKnown(); }, 0, -1},
       {[&] { return wanted.find(text("/proc:" + scratch.path())) == 0 && wanted.open(); }, 1, -1},
       {[&] { return file.open(); }, 1, 0},
-      {[&] { return file.read(bytes, 10, 0); }, 4, 4},
+      {[&] { return file.read(bytes, 10, 0) + file.read(bytes, 0, 4); }, 4, 4},
       {[&] { return file.read(bytes, 10, -1); }, 0, 4},
       {[&] { return ::lseek(file.fd, 3, SEEK_SET); }, 3, 4},
       {[&] { return file.lseek(4, CUL_Api::kFromStart); }, 4, 4},  // is there already, as it thinks
@@ -48,6 +50,7 @@ TEST_F(File, KnowsItsPositionOrThatItDoesNot) {
       {[&] { return file.open() + file.filesize() + file.timeDateStamp().isKnown(); }, 6, 1},
       {[&] { return file.read(out, 1000, -1) == 3 && bytesOf(out) == "ata"; }, 1, 4},
       {[&] { return file.read(out, 2, 1) == 2 && bytesOf(out) == "at"; }, 1, 3},
+      {[&] { return file.read(out, 0, 3); }, 0, 3},
       {[&] { return file.read(bytes, -1, 0) + file.read(out, -5, 0); }, -2, 3},
       {[&] { return file.find(text(scratch.path())); }, -1, 3},
       {[&] { return file.close(), file.close(), file.fd; }, -1, -1},
@@ -57,6 +60,7 @@ TEST_F(File, KnowsItsPositionOrThatItDoesNot) {
     EXPECT_EQ(file.position, row.position) << &row - rows;
   }
   TestFile handedOver("any", ::open(file.data(), O_RDONLY));
+  EXPECT_EQ(handedOver.position, -1);
   EXPECT_EQ(handedOver.read(bytes, 9, -1) + handedOver.position, 3);
 }
 

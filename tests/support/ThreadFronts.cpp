@@ -31,7 +31,7 @@ void UNIX_Critical_Section::request(char const* label, unsigned int line) noexce
 
 bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale scale, bool close) noexcept {
   if (ThreadFronts::onWait) {
-    ThreadFronts::onWait(time);
+    ThreadFronts::onWait(scale == kMilliseconds && !close ? time : 0);
     return false;
   }
   using Wait = bool(UNIX_Event_Semaphore*, unsigned long, WaitTimeScale, bool);
