@@ -122,6 +122,17 @@ class Glib {
   std::vector<std::string> const& names_;
 };
 
+// Gives the value as a text of its own.
+class Boost {
+ public:
+  explicit Boost(std::vector<std::string> const& names) : names_(names) {}
+  std::string value(std::size_t i) const { return environment_.at(names_[i]).to_string(); }
+
+ private:
+  boost::process::environment const environment_{boost::process::native_environment()};
+  std::vector<std::string> const& names_;
+};
+
 template <class Searcher, Variables::Name kName>
 void value(benchmark::State& state) {
   Variables const variables(state.range(0), kName);
@@ -132,7 +143,7 @@ void value(benchmark::State& state) {
   }
   for (auto _ : state) {
     for (std::size_t i = 0; i < count; ++i) {
-      char const* found = searcher.value(i);
+      auto found = searcher.value(i);
       benchmark::DoNotOptimize(found);
     }
   }
@@ -203,8 +214,10 @@ BENCHMARK(loadGlib)->Name("load/glib")->Apply(counts);
 // their last bytes.
 BENCHMARK(value<Cul, different>)->Name("value/cul")->Apply(counts);
 BENCHMARK(value<Glib, different>)->Name("value/glib")->Apply(counts);
+BENCHMARK(value<Boost, different>)->Name("value/boost")->Apply(counts);
 BENCHMARK(value<Cul, alike>)->Name("value.alike/cul")->Apply(counts);
 BENCHMARK(value<Glib, alike>)->Name("value.alike/glib")->Apply(counts);
+BENCHMARK(value<Boost, alike>)->Name("value.alike/boost")->Apply(counts);
 
 // What it costs to change one variable and to hand the environment to exec.
 BENCHMARK(change<CulChanges>)->Name("change/cul")->Apply(counts);
