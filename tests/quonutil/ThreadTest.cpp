@@ -36,21 +36,23 @@ TEST(StdThread, RunsWithoutSignalsAndIsWaitedFor) {
   EXPECT_EQ(thread.blocked, 12);
 }
 
-struct Suicidal : StdThread {
-  Suicidal() : StdThread("sixteen letters_", 0, nullptr) {}
+struct NamedThread : StdThread {
+  explicit NamedThread(TerminationHandler handler) : StdThread("sixteen letters_", 0, handler) {}
   void run() override {
     char name[20];
     ::pthread_getname_np(::pthread_self(), name, sizeof name);
     EXPECT_STREQ(name, "sixteen letters");
-    delete this;
-    over.release();
   }
-  static inline std::binary_semaphore over{0};
 };
 
-TEST(StdThread, MayDeleteItself) {
-  (new Suicidal)->start_thread(0);
-  Suicidal::over.acquire();
+TEST(StdThread, MayDeleteItselfWhenItHasRun) {
+  static std::binary_semaphore gone{0};
+  auto* const thread = new NamedThread([](StdThread& over) {
+    delete &over;
+    gone.release();
+  });
+  thread->start_thread(0);
+  gone.acquire();
 }
 
 TEST(EventSemaphore, StaysOpenUntilItIsReset) {
