@@ -16,8 +16,9 @@ int main(int argc, char** argv) {
   }
   FileName found;
   EncodedString const path("/nowhere:/bin", EncodedString::kSystemText);
-  CUL_Api::findFile(FileName(EncodedString("sh", EncodedString::kSystemText)), path, found);
-  bool good = found == EncodedString("/bin/sh", EncodedString::kSystemText);
+  FileName const shell(EncodedString("sh", EncodedString::kSystemText));
+  bool good = CUL_Api::findFile(shell, path, found) == 0 &&
+              found == EncodedString("/bin/sh", EncodedString::kSystemText);
   try {
     CUL_Api::write(-1, "", 1);
     good = false;

@@ -17,9 +17,12 @@ bool passes(UNIX_Event_Semaphore& gate, unsigned long time, bool close) {
 }
 
 struct Thread : StdThread {
-  explicit Thread(TerminationHandler handler) : StdThread("thread", 1, handler) {}
+  explicit Thread(TerminationHandler handler) : StdThread("sixteen letters_", 1, handler) {}
   void run() override {
     EXPECT_EQ(currentThread(), this);
+    char name[20];
+    ::pthread_getname_np(::pthread_self(), name, sizeof name);
+    EXPECT_STREQ(name, "sixteen letters");
     sigset_t mask;
     ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     blocked = ::sigismember(&mask, SIGINT) + ::sigismember(&mask, SIGALRM);
@@ -36,18 +39,9 @@ TEST(StdThread, RunsWithoutSignalsAndIsWaitedFor) {
   EXPECT_EQ(thread.blocked, 12);
 }
 
-struct NamedThread : StdThread {
-  explicit NamedThread(TerminationHandler handler) : StdThread("sixteen letters_", 0, handler) {}
-  void run() override {
-    char name[20];
-    ::pthread_getname_np(::pthread_self(), name, sizeof name);
-    EXPECT_STREQ(name, "sixteen letters");
-  }
-};
-
 TEST(StdThread, MayDeleteItselfWhenItHasRun) {
   static std::binary_semaphore gone{0};
-  auto* const thread = new NamedThread([](StdThread& over) {
+  auto* const thread = new Thread([](StdThread& over) {
     delete &over;
     gone.release();
   });
