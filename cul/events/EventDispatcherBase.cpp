@@ -6,9 +6,7 @@
 
 #include "cul/base/Append.h"
 #include "cul/base/LockGuard.h"
-#include "cul/events/CUL_Event.h"
-#include "cul/events/CUL_Timer_Event.h"
-#include "quonutil/collections/AutoList.h"
+#include "cul/events/Level.h"
 #include "quonutil/threads/StdThread.h"
 
 namespace {
@@ -27,94 +25,6 @@ unsigned char levelOf(unsigned char priority, unsigned char topLevel) {
 class EventDispatcherBase::Dummy : public CUL_Event {
  public:
   void handle_it() override {}
-};
-
-// The queues of one priority.
-struct EventDispatcherBase::Level {
-  // Emptied, a queue keeps its places: destroy() always finds one for its Dummy.
-  Level() {
-    constexpr unsigned int kPlaces = 8;
-    timers.reserve(kPlaces);
-    events.reserve(kPlaces);
-  }
-
-  AutoList<CUL_Timer_Event*> timers;  // by due time, equal ones in posting order
-  AutoList<CUL_Event*> events;        // in posting order
-
-  void insert(CUL_Timer_Event& timer) {
-    unsigned int const count = timers.count();
-    // Most come in the order of their due times.
-    if (count == 0 || timers[count - 1]->timeoutTime <= timer.timeoutTime) {
-      timers.append(&timer);
-    } else {
-      timers.insert(placeOf(timer), &timer);
-    }
-  }
-
-  // Takes the next event that may run off the levels up to `top`, or gives null and lowers
-  // `shortest` to the microseconds that the nearest due time on them is away.
-  static CUL_Event* takeNext(List<Level*> const& levels, std::atomic<unsigned char> const& top,
-                             unsigned long& shortest) {
-    for (unsigned int i = 0; i <= top; ++i) {
-      Level& level = *levels[i];
-      if (!level.events.isEmpty()) return level.events.remove(0);
-      if (level.timers.isEmpty()) continue;
-      CUL_Timer_Event const& first = *level.timers[0];
-      if (first.isTimeExpired()) return level.timers.remove(0);
-      shortest = std::min(shortest, first.timeToExpiry());
-    }
-    return nullptr;
-  }
-
-  void purge() {
-    while (!timers.isEmpty()) discard(timers.remove(timers.count() - 1));
-    while (!events.isEmpty()) discard(events.remove(events.count() - 1));
-  }
-
-  void purge(void const* tag) {
-    purge(timers, tag);
-    purge(events, tag);
-  }
-
-  CUL_Event* find(void const* tag) const {
-    if (CUL_Event* const event = find(events, tag)) return event;
-    return find(timers, tag);
-  }
-
- private:
-  // In front of the first that is due later; there is one.
-  unsigned int placeOf(CUL_Timer_Event const& timer) const {
-    unsigned int low = 0;
-    unsigned int left = timers.count();
-    while (left > 1) {
-      unsigned int const half = left / 2;
-      if (timers[low + half - 1]->timeoutTime <= timer.timeoutTime) low += half;
-      left -= half;
-    }
-    return low;
-  }
-
-  // An event's destructor may call the dispatcher: each is out of its list before it is deleted,
-  // and the list may be shorter afterwards than it was.
-  template <class T>
-  static void purge(AutoList<T>& queue, void const* tag) {
-    for (unsigned int i = queue.count(); i-- > 0;) {
-      if (i < queue.count() && queue[i]->tag == tag) discard(queue.remove(i));
-    }
-  }
-
-  template <class T>
-  static CUL_Event* find(AutoList<T> const& queue, void const* tag) {
-    for (unsigned int i = 0; i < queue.count(); ++i) {
-      if (queue[i]->tag == tag) return queue[i];
-    }
-    return nullptr;
-  }
-
-  static void discard(CUL_Event* event) {
-    event->purged = true;
-    delete event;
-  }
 };
 
 EventDispatcherBase::EventDispatcherBase(unsigned char n)

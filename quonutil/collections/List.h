@@ -25,6 +25,8 @@ class List {
   void append(T element) { entries_.append(untyped(element)); }
   /// Puts `element` in front of the one at `index`; at `count()` it becomes the last.
   void insert(unsigned int index, T element) { entries_.insert(index, untyped(element)); }
+  /// Puts `element` in the place of the one at `index`.
+  void replace(unsigned int index, T element) noexcept { entries_.at(index) = untyped(element); }
   /// Takes the element at `index` out and returns it; those behind it move down one place.
   T remove(unsigned int index) noexcept { return static_cast<T>(entries_.remove(index)); }
   /// Forgets every element and keeps the storage.

@@ -25,6 +25,8 @@ class QUONUTIL_EXPORT ListImplementation {
   unsigned int count() const noexcept { return count_; }
   /// The entry at `index`.
   void* at(unsigned int index) const noexcept { return first_[index]; }
+  /// The same, to be written.
+  void*& at(unsigned int index) noexcept { return first_[index]; }
 
   /// Puts `entry` behind the last one.
   void append(void* entry) {

@@ -120,9 +120,35 @@ TEST_F(Dispatcher, FindsAndDiscardsByTag) {
   EXPECT_EQ(dispatcher.drained(), "-h-t-axuv");
 }
 
+TEST_F(Dispatcher, AnEventThatIsDiscardedMayDiscardAndPost) {
+  int tag = 0, other = 0;
+  auto const add = [&](char name, unsigned long delay, void* tagged) {
+    dispatcher.add(name, 1, delay)->tag = tagged;
+  };
+  add('a', 1, &tag);
+  add('b', 2, &other);
+  add('c', 3, &other);
+  auto const change = [&](char) {
+    dispatcher._purge(&other);
+    add('d', 5, &tag);
+    add('e', 4, &tag);
+  };
+  CUL_Event* const last = new Event(nullptr, change, 9);
+  last->tag = &tag;
+  dispatcher.post(*last, 1);
+  dispatcher._purge(&tag);
+  EXPECT_EQ(dispatcher.queued(), 0U);
+  add('y', 1, &tag);
+  add('x', 0, &tag);
+  ThreadFronts::clock += 1;
+  EXPECT_EQ(dispatcher.drained(), "-c-b-e-d-axy");
+}
+
 TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {
   for (char name : {'a', 'b'}) dispatcher.add(name, 0);
-  for (char name : {'t', 'u'}) dispatcher.add(name, 0, 5);
+  for (auto [name, delay] : {std::pair{'u', 7}, {'s', 3}, {'t', 5}}) {
+    dispatcher.add(name, 0, static_cast<unsigned long>(delay));
+  }
   dispatcher.add('h', 3);
   dispatcher.block(1);
   dispatcher.destroy();
@@ -130,7 +156,7 @@ TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {
   Event refused(nullptr);
   EXPECT_FALSE(dispatcher.post(refused, 0));
   dispatcher._process_event(nullptr);
-  EXPECT_EQ(dispatcher.drained(), "-h-u-t-b-aended");
+  EXPECT_EQ(dispatcher.drained(), "-h-u-t-s-b-aended");
 }
 
 TEST(Condition, HoldsAndStays) {

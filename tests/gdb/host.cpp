@@ -31,6 +31,10 @@ struct Work : CUL_Event {
   void (*action)();
 };
 
+struct Sooner : CUL_Timer_Event {
+  using CUL_Timer_Event::CUL_Timer_Event;
+};
+
 EncodedString encoded(char const* bytes) { return {bytes, EncodedString::kLibraryText}; }
 
 void fillQueues() {
@@ -41,6 +45,7 @@ void fillQueues() {
   tagged->tag = &contended;
   dispatcher->post(*tagged, 1);
   dispatcher->post(*new CUL_Timer_Event(kLongDelay), 1);
+  dispatcher->post(*new Sooner(kLongDelay / 2), 1);
   dispatcher->post(*new Work, 3);
   dispatcher->block(2);
   dispatcher->makeAlternate()->post(*new CUL_Timer_Event(kLongDelay), 1);

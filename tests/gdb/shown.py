@@ -28,10 +28,11 @@ REQUESTED = ('Lock at ADDRESS: held by thread 1, taken by "holding" at line N, 2
              "  thread 3 is in a request for it\n")  # fmt: skip
 COMMANDS = {
     "cul queues": f"""\
-Process-wide dispatcher at ADDRESS: 3 levels, 2 served, 3 queued, dispatched by thread 3
-  level 0: 1 event, 1 timer
+Process-wide dispatcher at ADDRESS: 3 levels, 2 served, 4 queued, dispatched by thread 3
+  level 0: 1 event, 2 timers
     event 0: {WORK} ADDRESS
-    timer 0: CUL_Timer_Event at ADDRESS, tag its own address, due TIME
+    timer 0: (anonymous namespace)::Sooner at ADDRESS, tag its own address, due TIME
+    timer 1: CUL_Timer_Event at ADDRESS, tag its own address, due TIME
   level 1: 0 events, 0 timers
   level 2: 1 event, 0 timers, held back
     event 0: {WORK} its own address

@@ -2,7 +2,7 @@
 
 from . import threads
 from .companion import elements, entries, text
-from .memory import atomic, boolean, check, counted, hexadecimal, most, read, tried
+from .memory import FAULTS, atomic, boolean, check, counted, hexadecimal, most, read, tried
 
 
 def byte_string(value):
@@ -94,10 +94,21 @@ def level(value):
     return f"{counted(events, 'event')}, {counted(timers, 'timer')}"
 
 
+def due(pointer):
+    try:
+        return int(pointer["timeoutTime"])
+    except FAULTS:
+        return 0
+
+
 def queues(value):
-    for kind in ("event", "timer"):
-        for index, pointer in enumerate(elements(value[kind + "s"])):
-            yield f"{kind} {index}", queued(pointer)
+    for index, pointer in enumerate(elements(value["events"])):
+        yield f"event {index}", queued(pointer)
+    timers = elements(value["timers"])
+    if int(value["late"]):  # some have yet to join the others
+        timers = sorted(timers, key=due)
+    for index, pointer in enumerate(timers):
+        yield f"timer {index}", queued(pointer)
 
 
 def dispatcher(value):
