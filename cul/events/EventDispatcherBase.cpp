@@ -15,8 +15,7 @@ constexpr unsigned long kLongestWait = 999'999;  // microseconds
 constexpr unsigned long kMicrosecondsPerMillisecond = 1'000;
 
 unsigned char levelOf(unsigned char priority, unsigned char topLevel) {
-  if (priority <= 1) return 0;
-  return std::min(static_cast<unsigned char>(priority - 1), topLevel);
+  return std::min(static_cast<unsigned char>(priority == 0 ? 0 : priority - 1), topLevel);
 }
 
 }  // namespace

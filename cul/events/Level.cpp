@@ -1,5 +1,7 @@
 #include "cul/events/Level.h"
 
+#include <algorithm>
+
 // An event's destructor may call the dispatcher: each is out of its list before it is deleted, and
 // the list may be shorter or longer afterwards than it was.
 
@@ -58,7 +60,15 @@ void EventDispatcherBase::Level::joinLate() {
   for (unsigned int i = 0; i < late; ++i) joining[i] = timers[end + i];
   for (; late != 0; --late) {
     CUL_Timer_Event& timer = *joining[late - 1];
-    unsigned int const place = placeOf(timer, 0, end);
+    // Most belong that near the end of those that are left.
+    unsigned int const stride = end / late * 2 + 1;
+    unsigned int high = end;
+    unsigned int low = high - std::min(high, stride);
+    while (low != 0 && timer.timeoutTime < timers[low]->timeoutTime) {
+      high = low;
+      low -= std::min(low, stride);
+    }
+    unsigned int const place = placeOf(timer, low, high);
     for (; end != place; --end) timers.replace(end - 1 + late, timers[end - 1]);
     timers.replace(place - 1 + late, &timer);
   }

@@ -13,7 +13,7 @@
 /// those behind it for each would cost a burst of posts dear. So the timers at the end of the list
 /// may be late ones, in order among themselves, which join the others together: before anybody
 /// looks, or when there are many.
-struct EventDispatcherBase::Level {
+struct CUL_LOCAL EventDispatcherBase::Level {
   // Emptied, a queue keeps its places: destroy() always finds one for its Dummy.
   Level() {
     constexpr unsigned int kPlaces = 8;
