@@ -22,6 +22,13 @@ timespec readingIn(unsigned long milliseconds) noexcept {
   return reading;
 }
 
+unsigned long nanosecondsNow() noexcept {
+  timespec reading;
+  ::clock_gettime(CLOCK_MONOTONIC, &reading);
+  return static_cast<unsigned long>(reading.tv_sec) * 1'000'000'000 +
+         static_cast<unsigned long>(reading.tv_nsec);
+}
+
 // Sleeps until it is woken or interrupted, or `limit` is over: then it gives true. Does not sleep
 // at all when `word` is not 0.
 bool sleepOn(std::atomic<unsigned int>& word, timespec const& limit) noexcept {
@@ -44,6 +51,27 @@ void UNIX_Event_Semaphore::reset() noexcept {
   if (isOpen_ != 0) isOpen_ = 0;
 }
 
+// To sleep and to be woken by another processor takes longer than most answers. So a thread looks
+// out for a while first: about as long as sleeping costs, so that a look in vain costs no more than
+// a second sleep. The more of them were in vain, the fewer waits look: the first, the second, the
+// fourth and so on, and one in 64 in the end.
+bool UNIX_Event_Semaphore::opensSoon() noexcept {
+  constexpr unsigned long kLook = 20'000;  // nanoseconds
+  constexpr unsigned int kLooksAgain = 64;
+  unsigned int const vain = inVain_.load(std::memory_order_relaxed);
+  inVain_.store(vain < 2 * kLooksAgain - 1 ? vain + 1 : kLooksAgain, std::memory_order_relaxed);
+  if ((vain & (vain - 1)) != 0) return false;  // neither 0 nor a power of two
+  unsigned long const begin = nanosecondsNow();
+  do {
+    __builtin_ia32_pause();
+    if (isOpen_ != 0) {
+      inVain_.store(0, std::memory_order_relaxed);
+      return true;
+    }
+  } while (nanosecondsNow() - begin < kLook);
+  return false;
+}
+
 bool UNIX_Event_Semaphore::passes(bool close) noexcept {
   return (close ? isOpen_.exchange(0) : isOpen_.load()) != 0;
 }
@@ -52,6 +80,7 @@ bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale /*scale*/, boo
   LateWake::pay();
   if (passes(close)) return true;
   timespec const limit = readingIn(time);
+  if (time != 0 && opensSoon() && passes(close)) return true;
   bool passed = false;
   ++waiting_;
   for (bool over = false; !over && !passed;) {
