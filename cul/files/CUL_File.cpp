@@ -16,7 +16,7 @@ class CUL_File::Opened {
   Opened& operator=(Opened const&) = delete;
   ~Opened() {
     int const error = errno;  // of what failed while it was open
-    if (wasClosed_ && file_.fd != -1) file_.close();
+    if (wasClosed_) file_.close();
     errno = error;
   }
 
