@@ -35,7 +35,11 @@ void ListImplementation::clear() noexcept {
 }
 
 void ListImplementation::reserve(unsigned int count) {
-  if (count > room_) relocate(count, 0);
+  if (count > room_) {
+    relocate(count, 0);
+  } else if (count > count_ + spareBehind()) {
+    moveTo(0);
+  }
 }
 
 void ListImplementation::insert(unsigned int index, void* entry) {

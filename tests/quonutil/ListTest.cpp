@@ -32,4 +32,14 @@ TEST(List, BehavesAsAVectorWhateverIsDoneToIt) {
   }
 }
 
+TEST(List, TheRoomThatWasAskedForIsBehindWhatIsThere) {
+  ListImplementation list(20, 20);
+  for (int i = 0; i < 20; ++i) list.append(&list);
+  for (int i = 0; i < 15; ++i) list.remove(0);
+  list.reserve(20);
+  void** const first = &list.at(0);
+  while (list.count() < 20) list.append(&list);
+  EXPECT_EQ(&list.at(0), first);  // nothing was moved
+}
+
 }  // namespace
