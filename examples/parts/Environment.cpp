@@ -2,6 +2,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <memory>
 #include <system_error>
 #include <vector>
@@ -33,16 +34,19 @@ std::string seenByChild(char** array) {
 
 void startChild(Parts& parts) {
   parts.display.heading("A child is started with an edited environment");
+  for (char const* name : {"CUL_MODE", "CUL_TEXT"}) ::unsetenv(name);  // are to come last
   std::string expected;
   for (char** entry = environ; *entry != nullptr; ++entry) {
     std::string const text(*entry);
-    bool const isEdited = text.starts_with("PATH=") || text.starts_with("CUL_");
-    if (!isEdited && text.find('=') != std::string::npos) expected += text + '\0';
+    if (!text.starts_with("PATH=") && text.find('=') != std::string::npos) expected += text + '\0';
   }
   std::unique_ptr<CUL_Environment> const environment(CUL_Environment::newEnvironment());
   environment->localEnvironment();
   unsigned const before = environment->numvars();
-  environment->remove(systemText("PATH"));
+  for (unsigned had = before + 1; environment->numvars() < had;) {
+    had = environment->numvars();
+    environment->remove(systemText("PATH"));
+  }
   struct Variable {
     char const *name, *value;
   };
