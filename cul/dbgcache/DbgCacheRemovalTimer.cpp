@@ -30,6 +30,7 @@ void DbgCacheRemovalTimer::post(DbgCache* cache, unsigned short hours, unsigned 
 }
 
 void DbgCacheRemovalTimer::handle_it() {
+  // No guard: posting may throw too, which a destructor cannot while something else is thrown.
   try {
     cache->remove(hours);
   } catch (...) {
