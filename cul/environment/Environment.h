@@ -6,14 +6,16 @@
 /// All of an environment set that does not depend on the platform.
 ///
 /// The operations call each other as virtual ones. Whatever a derived class keeps that was made
-/// from the variables, it drops in `clear_cache()`.
+/// from the variables, it drops in `clear_cache()` and in its destructor: the constructors and the
+/// destructor of this class do not reach a derived one's operations, nor does a change of a
+/// variable by the variable's own.
 class CUL_EXPORT Environment : public CUL_Environment {
  public:
   static constexpr unsigned int kNotFound = 0xFFFFFFFF;  ///< what `find` gives for no variable
 
   Environment();
   /// Copies of the variables of `other`, which is an Environment.
-  explicit Environment(CUL_Environment const& other);
+  Environment(CUL_Environment const& other);
   /// The same.
   Environment(Environment const& other) : Environment(static_cast<CUL_Environment const&>(other)) {}
   ~Environment() override;
@@ -30,7 +32,7 @@ class CUL_EXPORT Environment : public CUL_Environment {
   unsigned int numvars() const override;
   List<CUL_EnvironmentVariable*>& variables(List<CUL_EnvironmentVariable*>& list) const override;
 
-  /// The place of the variable of this name, counted from 0, or kNotFound.
+  /// The place of the last variable of this name, counted from 0, or kNotFound.
   virtual unsigned int find(EncodedString const& name) const;
 
   /// Runs before every change of the set, and before a removal or a clearing that finds nothing to
@@ -47,7 +49,9 @@ class CUL_EXPORT Environment : public CUL_Environment {
   void clear();
 
  protected:
-  List<EnvironmentVariable*> vars;  ///< in the order they were added; owned
+  /// In the order they were added; owned. Each is an EnvironmentVariable itself: a derived class
+  /// puts in none of a kind of its own.
+  List<EnvironmentVariable*> vars;
 
  private:
   explicit Environment(unsigned int room);

@@ -12,7 +12,7 @@ EnvironmentVariable::~EnvironmentVariable() = default;
 
 CUL_EnvironmentVariable& EnvironmentVariable::changeValue(EncodedString const& value) {
   valueText = value;
-  string_ = nullptr;
+  isStringOld_ = true;
   return *this;
 }
 
@@ -21,6 +21,6 @@ CUL_EnvironmentVariable& EnvironmentVariable::operator=(CUL_EnvironmentVariable 
   EncodedString value = other.value();
   nameText = std::move(name);
   valueText = std::move(value);
-  string_ = nullptr;
+  isStringOld_ = true;
   return *this;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "cul/environment/CUL_EnvironmentVariable.h"
 
 /// A variable that owns its two texts. A change that runs out of memory (std::bad_alloc) leaves it
@@ -9,7 +11,7 @@ class CUL_EXPORT EnvironmentVariable : public CUL_EnvironmentVariable {
   /// Copies both texts.
   EnvironmentVariable(EncodedString const& name, EncodedString const& value);
   /// Copies both texts of `other`.
-  explicit EnvironmentVariable(CUL_EnvironmentVariable const& other);
+  EnvironmentVariable(CUL_EnvironmentVariable const& other);
   /// The same.
   EnvironmentVariable(EnvironmentVariable const& other)
       : CUL_EnvironmentVariable(other), nameText(other.nameText), valueText(other.valueText) {}
@@ -27,10 +29,12 @@ class CUL_EXPORT EnvironmentVariable : public CUL_EnvironmentVariable {
   }
 
  protected:
+  // Changed by the operations above only: a set does not see another change.
   EncodedString nameText;   ///< what `name()` gives
   EncodedString valueText;  ///< what `value()` gives
 
  private:
   friend class UNIX_Environment;
-  char* string_ = nullptr;  // where the set has "name=value"; null when it has none or an old one
+  std::unique_ptr<char[]> string_;  // "name=value", as a set has given it out
+  bool isStringOld_ = true;  // the texts have changed since, but the array may still be in use
 };

@@ -4,12 +4,17 @@
 
 #include <cstddef>
 #include <cstring>
+#include <limits>
+#include <stdexcept>
 #include <utility>
 
 namespace {
 
-void assign(EncodedString& text, char const* begin, char const* end) {
-  text.assign(begin, static_cast<unsigned int>(end - begin));
+void assign(EncodedString& text, char const* bytes, std::size_t length) {
+  if (length > std::numeric_limits<unsigned int>::max()) {
+    throw std::length_error("UNIX_Environment: a text longer than 32 bits can count");
+  }
+  text.assign(bytes, static_cast<unsigned int>(length));
 }
 
 ByteString systemBytes(EncodedString const& text) {
@@ -54,8 +59,8 @@ CUL_Environment& UNIX_Environment::localEnvironment() {
   for (char const* const* entry = environ; *entry != nullptr; ++entry) {
     char const* const equals = std::strchr(*entry, '=');
     if (equals == nullptr) continue;
-    assign(name, *entry, equals);
-    assign(value, equals + 1, equals + 1 + std::strlen(equals + 1));
+    assign(name, *entry, static_cast<std::size_t>(equals - *entry));
+    assign(value, equals + 1, std::strlen(equals + 1));
     add(name, value);
   }
   return *this;
@@ -63,44 +68,26 @@ CUL_Environment& UNIX_Environment::localEnvironment() {
 
 char** UNIX_Environment::envp() const {
   if (envpCache == nullptr) {
-    std::unique_ptr<char*[]> array(new char*[std::size_t{vars.count()} + 1]);
-    while (!fill(array.get())) makeRoom();
+    unsigned int const count = vars.count();
+    std::unique_ptr<char*[]> array(new char*[std::size_t{count} + 1]);
+    for (unsigned int i = 0; i < count; ++i) array[i] = stringOf(*vars[i]);
+    array[count] = nullptr;
     envpCache = std::move(array);
   }
   return envpCache.get();
 }
 
 // Most often one variable is new or has changed since the last array: the others' strings stay.
-// False when there is no room for one that must be written.
-bool UNIX_Environment::fill(char** array) const {
-  for (unsigned int i = 0; i < vars.count(); ++i) {
-    EnvironmentVariable& variable = *vars[i];
-    if (variable.string_ == nullptr) {
-      if (roomFor(variable.nameText) + roomFor(variable.valueText) > room_ - used_) return false;
-      char* const string = &strings_[used_];
-      char* const end = write(variable.valueText, '\0', write(variable.nameText, '=', string));
-      used_ = static_cast<std::size_t>(end - strings_.get());
-      variable.string_ = string;
-    }
-    array[i] = variable.string_;
+char* UNIX_Environment::stringOf(EnvironmentVariable& variable) {
+  if (variable.isStringOld_) {
+    EncodedString const& name = variable.nameText;
+    EncodedString const& value = variable.valueText;
+    std::unique_ptr<char[]> string(new char[roomFor(name) + roomFor(value)]);
+    write(value, '\0', write(name, '=', string.get()));
+    variable.string_ = std::move(string);
+    variable.isStringOld_ = false;
   }
-  array[vars.count()] = nullptr;
-  return true;
-}
-
-// A new block for the strings of all variables, which are then to be written.
-void UNIX_Environment::makeRoom() const {
-  std::size_t room = 0;
-  for (unsigned int i = 0; i < vars.count(); ++i) {
-    EnvironmentVariable& variable = *vars[i];
-    room += roomFor(variable.nameText) + roomFor(variable.valueText);
-    variable.string_ = nullptr;
-  }
-  // A set that changes gets a half more, so that a block lasts for that many changes.
-  if (strings_ != nullptr) room += room / 2;
-  strings_.reset(new char[room]);
-  room_ = room;
-  used_ = 0;
+  return variable.string_.get();
 }
 
 void UNIX_Environment::clear_cache() { envpCache.reset(); }

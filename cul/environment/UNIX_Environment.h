@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <memory>
 
 #include "cul/environment/Environment.h"
@@ -18,7 +17,7 @@ class CUL_EXPORT UNIX_Environment : public Environment {
  public:
   UNIX_Environment();
   /// Copies of the variables of `other`, which is an Environment; no array.
-  explicit UNIX_Environment(CUL_Environment const& other);
+  UNIX_Environment(CUL_Environment const& other);
   /// The same.
   UNIX_Environment(UNIX_Environment const& other)
       : UNIX_Environment(static_cast<CUL_Environment const&>(other)) {}
@@ -40,12 +39,5 @@ class CUL_EXPORT UNIX_Environment : public Environment {
   mutable std::unique_ptr<char*[]> envpCache;
 
  private:
-  QUONUTIL_LOCAL bool fill(char** array) const;
-  QUONUTIL_LOCAL void makeRoom() const;
-
-  // The strings of the variables, each found through its variable. A changed variable's new one
-  // goes behind the others, until the block is full and a new one takes those that are in use.
-  mutable std::unique_ptr<char[]> strings_;
-  mutable std::size_t used_ = 0;
-  mutable std::size_t room_ = 0;
+  CUL_LOCAL static char* stringOf(EnvironmentVariable& variable);
 };

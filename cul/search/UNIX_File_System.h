@@ -26,5 +26,5 @@ class CUL_EXPORT UNIX_File_System : public CUL_File_System {
   mutable EncodedString source_path_setting;  ///< the text that source_paths was made of
 
  private:
-  QUONUTIL_LOCAL bool isCurrentDirectoryOfItsOwn(EncodedString const& path) const;
+  CUL_LOCAL bool isCurrentDirectoryOfItsOwn(EncodedString const& path) const;
 };

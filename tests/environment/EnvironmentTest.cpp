@@ -50,6 +50,8 @@ TEST(Environment, EveryChangeDropsTheArrayFirstAndTouchesTheLastOfEqualNames) {
       {[&] { set.remove(*added); }, "4", "A=1;a=;a=;"},  // its own name goes with it
       {[&] { set.set(variable = last); }, "3", "A=1;a=;a=\xFF;"},
       {[&] { other = environment; }, "", "A=1;a=;a=\xFF;"},
+      {[&] { set = UNIX_Environment(); }, "3", ""},
+      {[&] { set = other; }, "0", "A=1;a=;a=\xFF;"},
       {[&] { environment.clear(); }, "3", ""},
       {[&] { set = UNIX_Environment(other); }, "0", "A=1;a=;a=\xFF;"},
       {[&] { set.add(zero, text("e")); }, "3", "A=1;a=;a=\xFF;c=e;"},
@@ -63,8 +65,9 @@ TEST(Environment, EveryChangeDropsTheArrayFirstAndTouchesTheLastOfEqualNames) {
     EXPECT_EQ(joined(environment.envp(), ';'), row.strings);
   }
   AutoList<CUL_EnvironmentVariable*> list;
+  list.append(new EnvironmentVariable(last));
   std::unique_ptr<CUL_Environment>(set.clone())->variables(list);
-  EXPECT_EQ(bytesOf(list[3]->name()) + bytesOf(set.value(last.name())), std::string("c\0d\xFF", 4));
+  EXPECT_EQ(bytesOf(list[4]->name()) + bytesOf(set.value(last.name())), std::string("c\0d\xFF", 4));
   EXPECT_EQ(&set.value(text("B")), &other.value(text("C")));
 }
 

@@ -82,7 +82,14 @@ void message(Run& run) {
 void environment(Run& run) {
   std::unique_ptr<CUL_Environment> const variables(CUL_Environment::newEnvironment());
   variables->add(text("NAME"), text("value"));
-  run.attempt([&] { variables->set(text("NAME"), text(kLong)), variables->envp(); });
+  variables->add(text("OTHER"), text(kLong));
+  run.attempt([&] {
+    variables->set(text("NAME"), text(kLong)), variables->envp();
+    std::unique_ptr<CUL_Environment> const copy(variables->clone());
+    AutoList<CUL_EnvironmentVariable*> list;
+    copy->variables(list);
+    *copy = *variables;
+  });
   for (char** next = variables->envp(); *next != nullptr; ++next) run << std::string(*next);
 }
 
@@ -159,7 +166,7 @@ std::vector<Scenario> otherScenarios() {
                "read:part; +read -> a text *; @(open|fstat|read*) -> ~/texts/catalog: no message *",
                {"texts/catalog", "~/texts/catalog: no message 1 in set 1"}),
       scenario("Environment", {}, environment, "NAME=a text *",
-               "new -> bad_alloc NAME=@(value|a text*)"),
+               "new -> bad_alloc NAME=@(value|a text*)OTHER=*"),
       scenario("BytesAppend", {}, appendBytes, "*\"bytesbytes\"", "new -> bad_alloc *\"bytes\""),
       scenario("PostTimer", {}, postTimer, "9", "new -> bad_alloc 8"),
       scenario("Thread", {}, thread, "ran0",
