@@ -1,14 +1,7 @@
-# Compresses, in the trees that become packages, what Debian wants compressed: manual pages, and
-# texts that are not small.
+# Compresses, in the trees that become packages, the manual pages, as Debian wants it. The pages to
+# be read in a browser stay as they are: they lead to each other by name.
 set(prefix ${CPACK_PACKAGING_INSTALL_PREFIX})
 file(GLOB_RECURSE pages ${CPACK_TEMPORARY_DIRECTORY}/*${prefix}/share/man/*.[1-8])
-file(GLOB_RECURSE texts ${CPACK_TEMPORARY_DIRECTORY}/*${prefix}/share/doc/*.md)
-foreach(text IN LISTS texts)
-  file(SIZE ${text} size)
-  if(size GREATER 4096)
-    list(APPEND pages ${text})
-  endif()
-endforeach()
 if(pages)
   execute_process(COMMAND gzip -9n ${pages} COMMAND_ERROR_IS_FATAL ANY)
 endif()
