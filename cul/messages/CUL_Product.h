@@ -9,7 +9,7 @@
 class CUL_EXPORT CUL_Product {
  public:
   /// The process's one, made at the first call, on any thread, and never destroyed. Making it opens
-  /// the front end's message catalog anew.
+  /// the front end's message catalog anew: no message may be asking for its text on another thread.
   static CUL_Product* instance();
 
   CUL_Product(CUL_Product const&) = delete;

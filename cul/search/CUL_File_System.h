@@ -28,8 +28,9 @@ class CUL_EXPORT CUL_File_System {
   /// A program: in the working directory, then along PATH. Whether it may be executed is not asked.
   virtual FileName find_executable(FileName const& name) const = 0;
 
-  /// A load module: along LD_LIBRARY_PATH, in the current directory, in /usr/lib and in /lib. What
-  /// a system keeps elsewhere, as in its multiarch directories, the host puts into LD_LIBRARY_PATH.
+  /// A load module: along LD_LIBRARY_PATH, in the current directory, in /usr/lib and in /lib. They
+  /// are one path: after a ":" at the end of the variable comes an empty entry. What a system keeps
+  /// elsewhere, as in its multiarch directories, the host puts into LD_LIBRARY_PATH.
   virtual FileName find_load_module(FileName const& name) const = 0;
 
   /// The source file that was recorded as `name`: by that name as it stands; by its base name in

@@ -11,7 +11,7 @@ enum class TraceFlag : unsigned char {
   detail = 0,   ///< progress, tag "**"
   error = 1,    ///< tag "ERROR"
   warning = 2,  ///< failures while they are built, tag "WARNING"
-  vkt = 27,     ///< the cache's store operations, tag "VKT"
+  vkt = 27,     ///< the cache's store, read and remove, tag "VKT"
 };
 
 /// The process's trace: flag bytes, all zero at the start, and a sink for the lines.
