@@ -35,5 +35,9 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/culConfig.cmake.in ${bui
   INSTALL_DESTINATION ${package})
 # Before 1.0 each minor version may change the interface.
 write_basic_package_version_file(${built}/culConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/scripts/check-companion
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/cul COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/abi/companion.symbols
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/cul COMPONENT development)
 install(FILES ${built}/culConfig.cmake ${built}/culConfigVersion.cmake
   DESTINATION ${package} COMPONENT development)
