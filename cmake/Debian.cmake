@@ -71,8 +71,7 @@ list(TRANSFORM same_interface REPLACE "(.+)" "${cul} (\\1)" OUTPUT_VARIABLE need
 package(${quonutil} COMPONENTS companion SECTION libs BINARY
   SUMMARY "companion base library of the debugger platform layer cul"
   TEXT "Texts, file names, lists, threads, locks, trace, settings and message catalogs,
-as far as libcul uses them. A debugger engine that has a libquonutil of its
-own does not need this package.")
+as far as libcul uses them.")
 package(${cul} COMPONENTS runtime SECTION libs BINARY DEPENDS ${needs_quonutil}
   SUMMARY "Unix and Linux platform layer under a debugger engine"
   TEXT "Whatever a source-level debugger engine wants from the operating system:
@@ -87,6 +86,16 @@ package(cul-tools COMPONENTS tools SECTION devel DEPENDS ${needs_cul} ${needs_qu
   SUMMARY "command that explains what the debugger platform layer does"
   TEXT "The command cul tells why a program, module or source is found or not, looks
 after caches of debug information, and checks message catalogs.")
+package(cul-dbg COMPONENTS debug SECTION debug
+  DEPENDS "${cul} (= ${version})" "${quonutil} (= ${version})"
+  SUMMARY "debug information of the debugger platform layer cul"
+  TEXT "What gdb needs to show the objects of both libraries, and what their threads
+are doing, and to step through the command cul.")
+unset(CPACK_DEBIAN_CUL-DBG_PACKAGE_ARCHITECTURE)  # of the libraries that it was stripped off
+foreach(target IN ITEMS cul quonutil cul-tool)
+  install(CODE "set(file $<TARGET_FILE:${target}>)" COMPONENT debug)
+  install(SCRIPT ${CMAKE_CURRENT_LIST_DIR}/debian/split.cmake COMPONENT debug)
+endforeach()
 package(libcul-doc COMPONENTS documentation SECTION doc
   SUMMARY "documentation of the debugger platform layer cul"
   TEXT "What a host may rely on, what it has to know, and what changed.")

@@ -8,7 +8,7 @@ cannot be what its type says is shown as a text in angle brackets that tells why
 import gdb.printing
 
 from . import commands, companion, library
-from .memory import FAULTS
+from .memory import FAULTS, check
 
 _PRINTERS = {"libquonutil": companion.PRINTERS, "libcul": library.PRINTERS}
 
@@ -18,7 +18,7 @@ def register(name, objfile):
     collection = gdb.printing.RegexpCollectionPrettyPrinter(name)
     for types, describe, parts in _PRINTERS[name]:
         collection.add_printer(
-            types, f"^{types}$", lambda value, d=describe, p=parts: Printer(value, d, p)
+            types, f"^{types}$", lambda value, d=describe, p=parts: Printer(name, value, d, p)
         )
     gdb.printing.register_pretty_printer(objfile, collection, replace=True)
     if name == "libcul":
@@ -28,8 +28,11 @@ def register(name, objfile):
 class Printer:
     """A printer of two functions: one gives the line, the other, or None, what stands below it."""
 
-    def __init__(self, value, describe, parts):
+    def __init__(self, library, value, describe, parts):
+        if value.type.code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF):
+            value = value.referenced_value()
         try:
+            check(value.type.strip_typedefs().fields(), f"{library} has no debug information here")
             self._line = describe(value)
         except FAULTS as fault:
             self._line = f"<{fault}>"
