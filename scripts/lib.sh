@@ -13,6 +13,14 @@ fail() {
   exit 1
 }
 
+# options "OPTION…" ARGUMENT…: fails when an argument is none of the options.
+options() {
+  local given
+  for given in "${@:2}"; do
+    [[ " $1 " == *" $given "* ]] || fail "there is no '$given'; the head of $0 tells what there is"
+  done
+}
+
 # need PACKAGE…: installs the Debian packages that are missing, and touches nothing when none is.
 need() {
   local package missing=()
