@@ -135,7 +135,9 @@ EncodedString CUL_Message::getMessage(XPG4MsgServer* server) const {
 
 EncodedString const& CUL_Message::text() const {
   if (textReady) return msgText;
-  EncodedString resolved = getMessage(MessageServer::instance()->server);
+  MessageServer* const frontEnd = MessageServer::instance();
+  if (frontEnd->server == nullptr) frontEnd->set_message_file();
+  EncodedString resolved = getMessage(frontEnd->server);
   resolved += suffix;
   msgText = std::move(resolved);
   textReady = 1;

@@ -123,7 +123,9 @@ class CUL_EXPORT CUL_Message::MessageServer {
   MessageServer(MessageServer const&) = delete;
   MessageServer& operator=(MessageServer const&) = delete;
 
-  XPG4MsgServer* server;  ///< owned; null only after memory ran out while it was replaced
+  /// Owned. Null only after memory ran out while it was replaced; the next message that asks for
+  /// its text opens it again.
+  XPG4MsgServer* server;
 
  protected:
   friend class CUL_Message;
