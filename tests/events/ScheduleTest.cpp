@@ -1,6 +1,6 @@
-// The dispatcher under every schedule of a few threads that has at most two preemptions. Lock and
-// semaphore of the companion are defined here. One thread runs at a time; at each wait and release
-// of theirs, in an event that runs and in an event's destructor another may go on.
+// The dispatcher under every schedule of a few threads that has at most two preemptions. Lock,
+// semaphore and yield of the companion are defined here. One thread runs at a time; at each wait
+// and release of theirs, in an event that runs and in an event's destructor another may go on.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "quonutil/threads/StdThread.h"
 #include "tests/events/TestDispatcher.h"
 
 namespace {
@@ -32,6 +33,7 @@ struct Seat {
   std::binary_semaphore turn{0};
 };
 thread_local Seat* self = nullptr;
+thread_local int yields = 0;  // since an event ran, each with the lock held
 
 // One course of the threads. `choices` says which turns it takes, as far as that reaches, and
 // learns the others.
@@ -121,6 +123,8 @@ bool UNIX_Event_Semaphore::wait(unsigned long, WaitTimeScale, bool) noexcept {
   return course.isGateOpen;
 }
 
+void StdThread::thread_yield() noexcept { yields += Schedule::current->holder == self ? 1 : 2; }
+
 namespace {
 
 // What each thread does, beside the one that dispatches: 1, 2 and 3 post an event with that
@@ -152,7 +156,7 @@ class World {
     std::size_t const number = fates.size();
     fates.emplace_back();
     auto const work = [=, this] {
-      if (dispatcher.destroyed) fates[number] += "!";
+      if (dispatcher.destroyed || std::exchange(yields, 0) != 1) fates[number] += "!";
       point();
     };
     auto const note = [=, this](char how) {
