@@ -157,6 +157,7 @@ TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {
   EXPECT_FALSE(dispatcher.post(refused, 0));
   dispatcher._process_event(nullptr);
   EXPECT_EQ(dispatcher.drained(), "-h-u-t-s-b-aended");
+  EXPECT_EQ(dispatcher.queued(), 0U);
 }
 
 TEST(Condition, HoldsAndStays) {
