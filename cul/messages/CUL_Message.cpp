@@ -179,8 +179,10 @@ XPG4MsgServer* CUL_Message::newMessageServer(char const* locale) {
 
 void CUL_Message::set_fe_locale(EncodedString const& locale) {
   MessageServer* const frontEnd = MessageServer::instance();
-  frontEnd->locale = locale;
-  frontEnd->set_message_file();
+  EncodedString changed = locale;
+  XPG4MsgServer* const opened = newMessageServer(changed.data());  // when it throws, all stays
+  delete std::exchange(frontEnd->server, opened);
+  frontEnd->locale = std::move(changed);
 }
 
 CUL_Message::MessageServer::MessageServer()

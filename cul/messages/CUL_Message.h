@@ -27,7 +27,8 @@
 /// Nothing reports a failure: for a message that the catalog lacks, the text says so (see
 /// XPG4MsgServer). Throws std::bad_alloc, and std::length_error for a text that 32 bits cannot
 /// count, with the message as it was. One thread at a time, `text()` included: it changes the
-/// message, constant or not.
+/// message, constant or not. The first text that the process asks for, and the first that it
+/// prints, make a server: they are over before another thread shows a message.
 class CUL_EXPORT CUL_Message {
  public:
   class MessageServer;
@@ -53,7 +54,8 @@ class CUL_EXPORT CUL_Message {
 
   /// Makes this the catalog's message `id`, or, when that is not valid, the empty message. Inserts
   /// stay. Of the set's number 14 bits are kept, with a sign: 8192 becomes -8192, which no catalog
-  /// has. Of the message's number 16 bits are kept, with a sign.
+  /// has, and 16385 becomes 1, which one may have. Of the message's number 16 bits are kept, with a
+  /// sign.
   void set_id(MsgID const& id);
 
   /// Makes this a literal text, which may be empty. Inserts stay, and wait for an identifier.
@@ -89,7 +91,7 @@ class CUL_EXPORT CUL_Message {
   static void printLocal(MsgID const& id, int flags, EncodedString const* first, ...);
 
   /// Writes the text to standard error, between blank lines, and, under the error flag, to the
-  /// trace: "messagePopup ERROR <text>".
+  /// trace: "messagePopup:<line> ERROR <text>", its control bytes escaped.
   void messagePopup() const;
 
   /// A server for the catalog "dmg" in `locale`; for null, in the process's own. The caller's to
@@ -97,7 +99,8 @@ class CUL_EXPORT CUL_Message {
   static XPG4MsgServer* newMessageServer(char const* locale);
 
   /// Opens the front end's catalog for `locale`, be it the same as before. Texts that messages
-  /// keep already stay. No message may be asking for its text on another thread.
+  /// keep already stay. One thread at a time, and no message may be asking for its text on another.
+  /// Throws std::bad_alloc, with the catalog and the locale as they were.
   static void set_fe_locale(EncodedString const& locale);
 
  protected:
@@ -117,14 +120,15 @@ class CUL_EXPORT CUL_Message::MessageServer {
   /// before another thread makes one.
   static MessageServer* instance();
 
-  /// Closes the catalog and opens the one of the locale.
+  /// Closes the catalog and opens the one of the locale. One thread at a time, and no message may
+  /// be asking for its text on another. Throws std::bad_alloc: `server` is null then.
   void set_message_file();
 
   MessageServer(MessageServer const&) = delete;
   MessageServer& operator=(MessageServer const&) = delete;
 
-  /// Owned. Null only after memory ran out while it was replaced; the next message that asks for
-  /// its text opens it again.
+  /// Owned. Null only after memory ran out in `set_message_file()`; the next message that asks for
+  /// its text opens it again, and does so before another thread shows one.
   XPG4MsgServer* server;
 
  protected:

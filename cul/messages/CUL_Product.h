@@ -15,9 +15,9 @@ class CUL_EXPORT CUL_Product {
   CUL_Product(CUL_Product const&) = delete;
   CUL_Product& operator=(CUL_Product const&) = delete;
 
-  /// Sets the locale and, when that changes it, opens the front end's message catalog for it. No
-  /// message may be asking for its text on another thread. When memory runs out, the locale stays
-  /// what it was, and the same call tries again.
+  /// Sets the locale and, when that changes it, opens the front end's message catalog for it. One
+  /// thread at a time, and no message may be asking for its text on another. When memory runs out,
+  /// locale and catalog stay what they were, and the same call tries again.
   void set_locale(EncodedString const& text);
 
   /// Sets `name` to the file name of the module that evaluates expressions of `language`, without a

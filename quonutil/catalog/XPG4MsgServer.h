@@ -36,7 +36,8 @@ class QUONUTIL_EXPORT XPG4MsgServer {
   virtual bool isOpen() const;
 
   /// The text of message `number` of set `set`, as it stands in the catalog. For one that the
-  /// catalog lacks, a text that says which message of which set of which catalog is missing.
+  /// catalog lacks, a text that says which message of which set of which catalog is missing. Throws
+  /// std::bad_alloc.
   virtual EncodedString message(int set, int number) const;
 
  private:

@@ -6,6 +6,7 @@
 
 #include "cul/messages/CUL_Message.h"
 #include "cul/messages/CUL_Product.h"
+#include "cul/messages/ProductData.h"
 #include "tests/messages/TestCatalog.h"
 #include "tests/models/Model.h"
 #include "tests/support/TraceCapture.h"
@@ -91,10 +92,11 @@ TEST_F(Messages, WhichOperationsForgetTheText) {
       {[&] { message.set_inserts(TestMessage(message).inserts); }, "1"},
       {[&] { other.set_inserts(&a, nullptr), message = other; }, "1<a%9>"},
       {[&] { message = static_cast<TestMessage const&>(message), other.set_text(b); }, "1<a%9>"},
+      {[&] { message.deleteInserts(); }, "0<a%9>"},
       {[&] {
          message.set_id(MsgID{7, 8192});
        },
-       "1dmg: no message 7 in set -8192"},
+       "0dmg: no message 7 in set -8192"},
   };
   for (auto const& [change, state] : rows) {
     change();
@@ -116,6 +118,30 @@ TEST_F(Messages, TheFrontEndsCatalogIsOpenedWhenItsLocaleIsSet) {
   // As when memory ran out over it.
   delete std::exchange(CUL_Message::MessageServer::instance()->server, nullptr);
   EXPECT_EQ(seen + bytesOf(CUL_Message(MsgID{1, 1}).text()), "002344french");
+}
+
+TEST(Product, AModulesNameReplacesAllOfTheNameBefore) {
+  constexpr std::pair<int, char const*> kRows[] = {
+      {0, ""}, {6, "quonecb1"}, {7, "kcv3asmr"}, {16, "quonexX1"}, {17, ""}, {-1, ""}};
+  for (auto const& [language, module] : kRows) {
+    FileName name(text("/usr/lib/libm.a(sin.o)"));
+    CUL_Product::instance()->expression_evaluator_name(name, VKT_Language(language), 2);
+    EXPECT_EQ(bytesOf(name.short_name()) + bytesOf(name.directory()), module);
+    EXPECT_EQ(bytesOf(name.base()) + bytesOf(name.member()), module);
+  }
+}
+
+TEST(Product, ItsDataTellTheNameTheVersionAndTheTime) {
+  std::string const bytes(reinterpret_cast<char const*>(&__productData), 1024);
+  std::string fields, filled;
+  for (auto const& [at, size] : {std::pair{0U, 512U}, {512U, 256U}, {768U, 128U}, {896U, 128U}}) {
+    fields.append(&bytes[at]).append("|");
+    filled.append(&bytes[at]).resize(at + size);
+  }
+  EXPECT_EQ(bytes, filled);
+  EXPECT_THAT(fields, testing::ContainsRegex("^Copyright [^|]*\n[^|]*\n[|]cul: [^|\n]*[|][0-9.]+[|]"
+                                             "[A-Z][a-z][a-z] [0-3][0-9] 20[0-9][0-9] at "
+                                             "[0-2][0-9]:[0-5][0-9]:[0-5][0-9][|]$"));
 }
 
 TEST_F(Messages, Printing) {
