@@ -13,13 +13,14 @@
 ///   12    "1FFF"        empty: the value does not fit
 ///   8     "1G"          empty: a character is no digit
 ///
-/// The empty pattern has 0 bits and one zero byte. The bytes come from StringPoolManager and go
-/// back there. Throws std::bad_alloc, with the pattern as it was. A plain value: one thread at a
-/// time changes it.
+/// The empty pattern has 0 bits and one byte, which is 0 unless `reallocate` left it. The bytes
+/// come from StringPoolManager and go back there. Throws std::bad_alloc, with the pattern and `out`
+/// as they were. A plain value: one thread at a time changes it.
 class CUL_EXPORT Bit_Pattern {
  public:
   /// A pattern of `bits` bits from hexadecimal digits of either case, the empty one when `text`
-  /// holds anything else or a value that does not fit. With 0 bits `text` is not read.
+  /// holds anything else or a value that does not fit. With 0 bits `text` is not read, and may be
+  /// null.
   ///
   /// A "0x" or "0X" is skipped at the very beginning only. Blanks are skipped everywhere, tabs
   /// nowhere. No digit at all is the value 0.
@@ -32,7 +33,7 @@ class CUL_EXPORT Bit_Pattern {
   /// Takes the size and the bytes of another pattern.
   Bit_Pattern& operator=(Bit_Pattern const& other);
 
-  /// The number of bits; 0 tells that the text was no good.
+  /// The number of bits; 0 for the empty pattern, also the one that a bad text gives.
   unsigned int bits() const noexcept { return bit_count; }
 
   /// Takes a buffer for `bits` bits, all of them 0. The buffer held before is not given back: this
@@ -49,7 +50,7 @@ class CUL_EXPORT Bit_Pattern {
   /// The same as a byte text.
   EncodedString& format(EncodedString& out) const;
 
-  /// True when every bit is 0, also of the empty pattern.
+  /// True when every byte is 0, also where they have more bits than the pattern.
   bool is_zero() const;
   /// True when a bit is 1.
   bool is_non_zero() const { return !is_zero(); }

@@ -63,7 +63,7 @@ void Byte_String::extend(unsigned int n) { grow(n, length); }
 std::unique_ptr<unsigned char[]> Byte_String::grow(unsigned int n, unsigned int kept) {
   if (n <= capacity) return nullptr;
   unsigned char* const larger = newBuffer(n);
-  copy(larger, data, kept);
+  if (data != nullptr) copy(larger, data, kept);  // null may have been lent
   std::unique_ptr<unsigned char[]> replaced(borrowed != 0 ? nullptr : data);
   data = larger;
   capacity = n;

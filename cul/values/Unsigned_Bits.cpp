@@ -109,7 +109,7 @@ CharString& Unsigned_Bits::dec_format(CharString& out) const { return Decimal(va
 bool Unsigned_Bits::assign(EncodedString const& text, int base) {
   if (base != 10 && base != 16) return false;
   char const* const number = base == 16 ? withoutPrefix(text.data()) : text.data();
-  // It accepts and stops where sscanf does, and costs a third to a sixth.
+  // It accepts and stops where sscanf does (glibc 2.36), and costs a third to a sixth.
   char* end;
   unsigned long const value = std::strtoul(number, &end, base);
   if (end == number) return false;

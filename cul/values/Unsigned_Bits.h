@@ -42,9 +42,10 @@ class CUL_EXPORT Unsigned_Bits {
   /// Reads the number that `text` begins with, in base 10 or 16. Returns false, and keeps the old
   /// value, when there is none or the base is another one.
   ///
-  /// The rule is sscanf's for "%lu" and "%lx" (C17 7.21.6.2, as the C library has it): white space
-  /// in front is skipped; a "-" gives the two's complement; what follows the number is ignored; a
-  /// number of more than 64 bits gives 2^64 - 1. In base 16 a "0x" or "0X" at the very beginning is
+  /// The rule is sscanf's for "%lu" and "%lx" as the C library of Debian 12 has it, which is
+  /// strtoul's (C17 7.22.1.4): white space in front is skipped; a "-" gives the two's complement;
+  /// what follows the number is ignored, so that a "0x" with no digit behind it is 0; a number of
+  /// more than 64 bits gives 2^64 - 1. In base 16 a "0x" or "0X" at the very beginning is
   /// skipped first, so that a second one is read as well, and one behind white space or a sign.
   bool assign(EncodedString const& text, int base);
 

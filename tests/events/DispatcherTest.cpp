@@ -105,7 +105,7 @@ TEST_F(Dispatcher, FindsAndDiscardsByTag) {
   CUL_Event* const timer = dispatcher.add('t', 1, 0);
   CUL_Event* const other = dispatcher.add('x', 1);
   CUL_Event* const first = dispatcher.add('a', 1);
-  dispatcher.add('u', 2, 0);
+  CUL_Event* const early = dispatcher.add('u', 2, 0);
   CUL_Event* const late = dispatcher.add('v', 2, 0);
   // Discards the others while it is discarded itself.
   CUL_Event* const last = new Event(nullptr, [&](char) { dispatcher._purge(&tag); });
@@ -113,6 +113,7 @@ TEST_F(Dispatcher, FindsAndDiscardsByTag) {
   for (auto* event : {timer, first, last, dispatcher.add('h', 3)}) event->tag = &tag;
   EXPECT_EQ(dispatcher._findFirstEvent(&tag), first);
   EXPECT_EQ(dispatcher._findFirstEvent(other), other);
+  EXPECT_EQ(dispatcher._findFirstEvent(early), early);
   EXPECT_EQ(dispatcher._findFirstEvent(late), late);
   dispatcher._purge(&tag);
   EXPECT_EQ(dispatcher._findFirstEvent(&tag), nullptr);

@@ -56,6 +56,7 @@ void checkNumber(Unsigned_Bits const& bits, unsigned int width) {
   EncodedString form = text("what was there before, longer than any number");
   require(forms(form) == expected && forms(CharString(L"before")) == expected);
   require(bits.format(form).encoding() == 0 && bits.dec_format(form).encoding() == 2);
+  require(bits.format(form).encoding() == 0 && bits.hex_format(form, width).encoding() == 2);
 }
 
 }  // namespace

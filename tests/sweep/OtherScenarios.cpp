@@ -6,6 +6,7 @@
 #include "cul/messages/CUL_Message.h"
 #include "cul/platform/LINUX_Api.h"
 #include "cul/search/UNIX_File_System.h"
+#include "cul/values/Bit_Pattern.h"
 #include "cul/values/Byte_String.h"
 #include "tests/files/TestFile.h"
 #include "tests/messages/TestCatalog.h"
@@ -99,6 +100,15 @@ void appendBytes(Run& run) {
   run << bytesOf(bytes.diagFormat());
 }
 
+void replaceBytes(Run& run) {
+  Byte_String bytes("bytes", 5);
+  Bit_Pattern pattern(16, "1234");
+  Bit_Pattern const wide(64, "5");
+  EncodedString shown;
+  run.attempt([&] { bytes.assign(kLong, 32), pattern = wide; });
+  run << bytesOf(bytes.diagFormat()) << " " << pattern.bits() << bytesOf(pattern.format(shown));
+}
+
 // Level 0 has eight timers, which is all that it has room for.
 struct Queues : EventDispatcherBase {
   Queues() : EventDispatcherBase(1) {
@@ -168,6 +178,9 @@ std::vector<Scenario> otherScenarios() {
       scenario("Environment", {}, environment, "NAME=a text *",
                "new -> bad_alloc NAME=@(value|a text*)OTHER=*"),
       scenario("BytesAppend", {}, appendBytes, "*\"bytesbytes\"", "new -> bad_alloc *\"bytes\""),
+      scenario(
+          "BytesReplace", {}, replaceBytes, "*\"a text that is t\" 640000000000000005",
+          "new#2 -> bad_alloc *\"a text that is t\" 161234; new -> bad_alloc *\"bytes\" 161234"),
       scenario("PostTimer", {}, postTimer, "9", "new -> bad_alloc 8"),
       scenario("Thread", {}, thread, "ran0",
                "new -> bad_alloc none0; pthread_create -> error %e none0"),

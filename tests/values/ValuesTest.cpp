@@ -2,6 +2,7 @@
 
 #include <random>
 
+#include "cul/values/Bit_Pattern.h"
 #include "cul/values/Byte_String.h"
 #include "tests/models/Model.h"
 
@@ -34,9 +35,24 @@ TEST(Digits, NumbersOfEverySizeAndWhatIsNoNumber) {
   }
   for (char const* odd :
        {"", "-1", " +7z", " 0x10", "0x0x10", "0xx1", "0 x10", "\t1", "x1", "1/", "1:", "1@", "1G",
-        "1`", "1g", "18446744073709551616", "\xA0", "11111111111111111g"}) {
+        "1`", "1g", "18446744073709551616", "\xA0", " ", "11111111111111111g"}) {
     compare(64, odd);
   }
+}
+
+struct TestPattern : Bit_Pattern {
+  using Bit_Pattern::Bit_Pattern;
+  using Bit_Pattern::byte_count;
+};
+
+TEST(BitPattern, KeepsItsBytesWhileTheirNumberStaysAndCountsThemIn64Bits) {
+  TestPattern pattern(16, "FFFF");
+  pattern.reallocate(12);
+  EXPECT_EQ(pattern, 0xFFFFUL);
+  EncodedString form("", EncodedString::kSystemText);
+  EXPECT_EQ(pattern.format(form).encoding(), EncodedString::kLibraryText);
+  pattern.reallocate(0xFFFFFFFF);
+  EXPECT_EQ(pattern.byte_count, 1U << 29);
 }
 
 struct TestString : Byte_String {
@@ -72,10 +88,17 @@ TEST(ByteString, GrowsExactlyAndLeavesWhatItBorrowed) {
   EXPECT_EQ(none.overlay_with("", 0, 0).overlay_with("E", 1, 1).count(), 4U);
   EXPECT_EQ(none.state() + (kept = TestString()).state(), "kEpt/4/4");
   none.clear();
-  EXPECT_TRUE(none.state() == "/0" && none == kept);
+  EXPECT_TRUE(none.state() == "/0" && none == kept && !(none == string.assign("a", 1)));
+  string.assign("", 0);
+  EXPECT_EQ(string.state(), "/20");
+  EXPECT_TRUE(Byte_String("x", 0).bytes() == nullptr && none.bytes() == nullptr);
+  TestString nowhere(nullptr, 4, 0);  // lent nothing: there is nothing to keep
+  nowhere.extend(8);
+  EXPECT_EQ(nowhere.count(), 4U);
   EXPECT_EQ(Byte_String("a\0b", 3) != Byte_String("a", 1), 1);
   EXPECT_LT(Byte_String("a\0b", 3) != Byte_String("a\0c", 3), 0);
   EXPECT_TRUE(string.diagFormat().isEmpty());
+  EXPECT_EQ(TestString("a", 1).diagFormat().encoding(), EncodedString::kLibraryText);
   EXPECT_EQ(bytesOf(Byte_String("\x1F \x7F\x80\0ABCDEFGHIJKLMNO", 20).diagFormat()),
             "1f207f80 00414243 44454647 48494a4b   \". \x7F..ABCDEFGHIJK\"");
 }

@@ -91,7 +91,7 @@ def counted(number, noun):
 
 
 def hexadecimal(octets, length):
-    """Up to 16 bytes as Byte_String::diagFormat() shows them."""
+    """Up to 16 bytes in hexadecimal, by fours, and as characters."""
     head = octets[:16]
     groups = " ".join(head[i : i + 4].hex().upper() for i in range(0, len(head), 4))
     shown = "".join(chr(octet) if 0x20 <= octet <= 0x7E else "." for octet in head)
