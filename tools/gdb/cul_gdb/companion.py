@@ -100,7 +100,10 @@ def _target(pointer):
     if not int(pointer) or target.strip_typedefs().code == gdb.TYPE_CODE_VOID:
         return pointer
     value = pointer.dereference()
-    return value if gdb.default_visualizer(value) else pointer
+    printer = gdb.default_visualizer(value)
+    if printer is None:
+        return pointer
+    return value if target.strip_typedefs().fields() else printer.to_string()
 
 
 def owner(mutex):
