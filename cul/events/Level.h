@@ -14,9 +14,11 @@
 /// may be late ones, in order among themselves, which join the others together: before anybody
 /// looks, or when there are many.
 struct CUL_LOCAL EventDispatcherBase::Level {
-  // Emptied, the queue keeps its places: destroy() always finds one for its Dummy.
+  // The first posts allocate nothing. Emptied, a queue keeps its places: destroy() always finds one
+  // for its Dummy.
   Level() {
     constexpr unsigned int kPlaces = 8;
+    timers.reserve(kPlaces);
     events.reserve(kPlaces);
   }
 
