@@ -124,11 +124,15 @@ TEST_F(Dispatcher, FindsAndDiscardsByTag) {
 TEST_F(Dispatcher, AnEventThatIsDiscardedMayDiscardAndPost) {
   int tag = 0, other = 0;
   auto const add = [&](char name, unsigned long delay, void* tagged) {
-    dispatcher.add(name, 1, delay)->tag = tagged;
+    CUL_Event* const event = dispatcher.add(name, 1, delay);
+    event->tag = tagged;
+    return event;
   };
   add('a', 1, &tag);
   add('b', 2, &other);
   add('c', 3, &other);
+  CUL_Event* const sooner = add('f', 1, &other);
+  EXPECT_EQ(dispatcher._findFirstEvent(&other), sooner);
   auto const change = [&](char) {
     dispatcher._purge(&other);
     add('d', 5, &tag);
@@ -142,7 +146,7 @@ TEST_F(Dispatcher, AnEventThatIsDiscardedMayDiscardAndPost) {
   add('y', 1, &tag);
   add('x', 0, &tag);
   ThreadFronts::clock += 1;
-  EXPECT_EQ(dispatcher.drained(), "-c-b-e-d-axy");
+  EXPECT_EQ(dispatcher.drained(), "-c-b-f-e-d-axy");
 }
 
 TEST_F(Dispatcher, DestroyDiscardsEverythingAndTakesNothingMore) {

@@ -94,6 +94,10 @@ TEST_F(Messages, WhichOperationsForgetTheText) {
       {[&] { message = static_cast<TestMessage const&>(message), other.set_text(b); }, "1<a%9>"},
       {[&] { message.deleteInserts(); }, "0<a%9>"},
       {[&] {
+         message.set_id(MsgID{1, 0});
+       },
+       "0"},
+      {[&] {
          message.set_id(MsgID{7, 8192});
        },
        "0dmg: no message 7 in set -8192"},
