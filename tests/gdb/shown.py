@@ -69,7 +69,7 @@ def same(answer):
     """An answer without what differs from run to run."""
     answer = re.sub(r"0x[0-9a-f]{5,}", "ADDRESS", answer)
     answer = re.sub(r"due (in|at) \d+\.\d+ s( of the monotonic clock)?", "due TIME", answer)
-    answer = re.sub("Lock of the alternate.*\n(  thread 2 .*\n)?", "", answer)  # taken, or not
+    answer = re.sub(r"Lock of the alternate.*\n(  thread \d .*\n)?", "", answer)  # taken, or not
     return re.sub(r"at line \d+", "at line N", answer)
 
 
