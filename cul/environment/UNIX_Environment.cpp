@@ -4,18 +4,9 @@
 
 #include <cstddef>
 #include <cstring>
-#include <limits>
-#include <stdexcept>
 #include <utility>
 
 namespace {
-
-void assign(EncodedString& text, char const* bytes, std::size_t length) {
-  if (length > std::numeric_limits<unsigned int>::max()) {
-    throw std::length_error("UNIX_Environment: a text longer than 32 bits can count");
-  }
-  text.assign(bytes, static_cast<unsigned int>(length));
-}
 
 ByteString systemBytes(EncodedString const& text) {
   return text.convert(EncodedString::kSystemText, nullptr);
@@ -59,8 +50,8 @@ CUL_Environment& UNIX_Environment::localEnvironment() {
   for (char const* const* entry = environ; *entry != nullptr; ++entry) {
     char const* const equals = std::strchr(*entry, '=');
     if (equals == nullptr) continue;
-    assign(name, *entry, static_cast<std::size_t>(equals - *entry));
-    assign(value, equals + 1, std::strlen(equals + 1));
+    name.assign(*entry, EncodedString::counted(static_cast<std::size_t>(equals - *entry)));
+    value.assign(equals + 1, EncodedString::counted(std::strlen(equals + 1)));
     add(name, value);
   }
   return *this;

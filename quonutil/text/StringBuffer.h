@@ -119,17 +119,16 @@ class StringBuffer {
   /// counts as 1.
   QUONUTIL_EXPORT unsigned int indexOf(T element, unsigned int start) const noexcept;
 
-  /// True when both hold the same elements. Room plays no part, nor does what a derived type adds.
-  bool sameElements(StringBuffer const& other) const noexcept {
-    return length_ == other.length_ &&
-           std::memcmp(elements_, other.elements_, length_ * sizeof(T)) == 0;
-  }
-
- protected:
   /// `length` as the 32 bits that count here; throws std::length_error when it does not fit.
   static unsigned int counted(std::size_t length) {
     if (length > std::numeric_limits<unsigned int>::max()) refuse();
     return static_cast<unsigned int>(length);
+  }
+
+  /// True when both hold the same elements. Room plays no part, nor does what a derived type adds.
+  bool sameElements(StringBuffer const& other) const noexcept {
+    return length_ == other.length_ &&
+           std::memcmp(elements_, other.elements_, length_ * sizeof(T)) == 0;
   }
 
  private:
