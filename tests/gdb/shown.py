@@ -49,10 +49,10 @@ Alternate at ADDRESS: 1 level, 1 served, 1 queued, dispatched by thread 2
 # Whether memory of zeros is shown as a type, and memory of ones.
 MEMORY = {
     (False, False): "EncodedString CharString ByteString FileName EnvironmentVariable Bit_Pattern "
-                    "UNIX_Critical_Section CUL_Dispatcher",
-    (True, False): "List<EncodedString*> AutoList<EncodedString*> UNIX_Event_Semaphore Byte_String "
-                   "CUL_Message Environment UNIX_Environment CUL_Event CUL_Timer_Event "
-                   "EventDispatcherBase::Level",
+                    "CUL_Dispatcher",
+    (True, False): "List<EncodedString*> AutoList<EncodedString*> UNIX_Event_Semaphore "
+                   "UNIX_Critical_Section Byte_String CUL_Message Environment UNIX_Environment CUL_Event "
+                   "CUL_Timer_Event EventDispatcherBase::Level",
     (True, True): "Unsigned_Bits",
 }  # fmt: skip
 
@@ -94,7 +94,7 @@ class Shown(unittest.TestCase):
 
     def test_a_process_and_its_core(self):
         said("break main", "run")
-        said(f"break *pthread_mutex_lock if $_thread != 1 && $rdi == (long)&{CONTENDED}", "cont")
+        said(f"break *UNIX_Mutex::waitUntilFree if $_thread != 1 && $rdi == (long)&{CONTENDED}", "cont")
         self.check(same)
         self.check_any_memory()
         self.assertIn(LIBRARIES, said("info auto-load python-scripts"))

@@ -5,7 +5,7 @@ import gdb
 from . import threads
 from .memory import atomic, check, counted, escaped, hexadecimal, label, most, quoted, read
 
-_RECURSIVE = 1  # PTHREAD_MUTEX_RECURSIVE
+_AWAITED = 1  # a bit of the word of a UNIX_Mutex
 
 
 def buffer(value):
@@ -113,16 +113,16 @@ def owner(mutex):
 
 
 def lock(value):
-    mutex = value["mutex_"]["mutex_"]
-    check(int(mutex["__data"]["__kind"]) == _RECURSIVE, "no lock: its kind is another one")
+    mutex = value["mutex_"]
+    number, again = atomic(mutex["word_"]) & ~_AWAITED, int(mutex["again_"])
+    check(number % 8 == 0 and (number or not again), f"no lock: held by {number:#x}")
     if int(value["holder_"]) == 0:
         return "free, never taken"
     taken = f"taken by {label(value['holder_'])} at line {int(value['holderLine_'])}"
-    holder = owner(mutex)
-    if holder is None:
+    if number == 0:
         return "free, last " + taken
-    depth = int(mutex["__data"]["__count"])
-    return f"held by {holder}, {taken}" + (f", {depth} deep" if depth > 1 else "")
+    holder = threads.named(threads.by_pthread(number), f"{number:#x}")
+    return f"held by {holder}, {taken}" + (f", {again + 1} deep" if again else "")
 
 
 def semaphore(value):
