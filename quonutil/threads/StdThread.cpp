@@ -11,6 +11,8 @@
 #include <new>
 #include <system_error>
 
+#include "quonutil/threads/LateWake.h"
+
 namespace {
 
 thread_local StdThread* current = nullptr;
@@ -102,6 +104,7 @@ void* StdThread::enter(void* self) noexcept {
 void StdThread::join() {
   if (!isJoinable_) return;
   isJoinable_ = false;
+  LateWake::pay();
   ::pthread_join(thread_, nullptr);
 }
 

@@ -54,22 +54,16 @@ void UNIX_Event_Semaphore::reset() noexcept {
 // To sleep and to be woken by another processor takes longer than most answers. So a thread looks
 // out for a while first: about as long as sleeping costs, so that a look in vain costs no more than
 // a second sleep. The more of them were in vain, the fewer waits look: the first, the second, the
-// fourth and so on, and one in 64 in the end.
-bool UNIX_Event_Semaphore::opensSoon() noexcept {
+// fourth and so on, and one in 1024 in the end.
+void UNIX_Event_Semaphore::lookOut() noexcept {
   constexpr unsigned long kLook = 20'000;  // nanoseconds
-  constexpr unsigned int kLooksAgain = 64;
+  constexpr unsigned int kLooksAgain = 1024;
   unsigned int const vain = inVain_.load(std::memory_order_relaxed);
   inVain_.store(vain < 2 * kLooksAgain - 1 ? vain + 1 : kLooksAgain, std::memory_order_relaxed);
-  if ((vain & (vain - 1)) != 0) return false;  // neither 0 nor a power of two
-  unsigned long const begin = nanosecondsNow();
-  do {
-    __builtin_ia32_pause();
-    if (isOpen_ != 0) {
-      inVain_.store(0, std::memory_order_relaxed);
-      return true;
-    }
-  } while (nanosecondsNow() - begin < kLook);
-  return false;
+  if ((vain & (vain - 1)) != 0) return;  // neither 0 nor a power of two
+  unsigned long const end = nanosecondsNow() + kLook;
+  while (isOpen_ == 0 && nanosecondsNow() < end) __builtin_ia32_pause();
+  if (isOpen_ != 0) inVain_.store(0, std::memory_order_relaxed);
 }
 
 bool UNIX_Event_Semaphore::passes(bool close) noexcept {
@@ -80,7 +74,8 @@ bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale /*scale*/, boo
   LateWake::pay();
   if (passes(close)) return true;
   timespec const limit = readingIn(time);
-  if (time != 0 && opensSoon() && passes(close)) return true;
+  if (time != 0) lookOut();
+  if (passes(close)) return true;
   bool passed = false;
   ++waiting_;
   for (bool over = false; !over && !passed;) {

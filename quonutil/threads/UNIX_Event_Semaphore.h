@@ -17,8 +17,9 @@ class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
 
   /// Opens the gate and wakes everybody who waits; no system call when nobody does, and nothing at
   /// all when the gate is open. A thread that holds a UNIX_Critical_Section wakes them when it next
-  /// releases one, or waits here itself. What a post tells of is handed over under a lock, or by
-  /// sequentially consistent operations: then whoever resets the gate and looks afterwards sees it.
+  /// releases one, or has to wait itself: here, for another, or in StdThread::join. What a post
+  /// tells of is handed over under a lock, or by sequentially consistent operations: then whoever
+  /// resets the gate and looks afterwards sees it.
   void post() noexcept;
   /// Closes the gate.
   void reset() noexcept;
@@ -31,7 +32,7 @@ class QUONUTIL_EXPORT UNIX_Event_Semaphore : public CUL_Event_Semaphore {
 
  private:
   QUONUTIL_LOCAL bool passes(bool close) noexcept;
-  QUONUTIL_LOCAL bool opensSoon() noexcept;
+  QUONUTIL_LOCAL void lookOut() noexcept;
 
   std::atomic<unsigned int> isOpen_ = 0;   // 1 or 0: what the waiting threads sleep on
   std::atomic<unsigned int> waiting_ = 0;  // the threads that sleep

@@ -1,8 +1,16 @@
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <fstream>
+#include <functional>
 #include <semaphore>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "quonutil/threads/StdThread.h"
 #include "quonutil/threads/UNIX_Critical_Section.h"
@@ -59,33 +67,92 @@ TEST(EventSemaphore, StaysOpenUntilItIsReset) {
   EXPECT_FALSE(passes(gate, 0, false));
 }
 
-// A wake-up that is owed and never paid hangs here: it is due when one of the locks is released, or
-// before the thread that owes it sleeps at a gate, or at once when it holds no lock.
-TEST(EventSemaphore, WakesOthersThoughItIsPostedUnderLocks) {
-  constexpr int kRounds = 3'000;
-  UNIX_Critical_Section outer, inner;
-  UNIX_Event_Semaphore there, back;
-  std::binary_semaphore answer{0}, next{0};
-  std::thread other([&] {
-    for (int i = 0; i < kRounds; ++i) {
-      EXPECT_TRUE(passes(there, kLong, true));
-      back.post();
-      answer.release();
-      next.acquire();
-    }
+TEST(EventSemaphore, IsPassedByWhoLooksOutForIt) {
+  UNIX_Event_Semaphore gate;
+  std::atomic<bool> isOver = false;
+  std::jthread poster([&] {
+    while (!isOver) gate.post();
   });
-  for (int i = 0; i < kRounds; ++i) {
-    outer.request("outer", __LINE__);
-    inner.request("inner", __LINE__);
-    there.post();
-    EXPECT_TRUE(i % 2 != 0 || passes(back, kLong, true));
-    inner.release("inner", __LINE__);
-    answer.acquire();
-    back.reset();
-    next.release();
-    outer.release("outer", __LINE__);
+  for (int i = 0; i < 10'000; ++i) ASSERT_TRUE(passes(gate, kLong, true));
+  isOver = true;
+}
+
+// Sleeps at a gate with a lock held, and has then gone through.
+struct Sleeper : StdThread {
+  Sleeper() : StdThread("sleeper", 0, nullptr) {}
+  void run() override {
+    number = ::gettid();
+    number.notify_one();
+    lock.request("run", __LINE__);
+    EXPECT_TRUE(passes(gate, kLong, true));
+    lock.release("run", __LINE__);
+    back.post();
+    through.release();
   }
-  other.join();
+  void untilItSleeps() const {
+    number.wait(0);
+    std::string state;
+    while (state != "S") {
+      std::ifstream stat("/proc/self/task/" + std::to_string(number) + "/stat");
+      stat >> state >> state >> state;
+    }
+  }
+
+  std::atomic<pid_t> number = 0;
+  UNIX_Critical_Section lock;
+  UNIX_Event_Semaphore gate, back;
+  std::binary_semaphore through{0};
+};
+
+void takeAndRelease(UNIX_Critical_Section& lock) {
+  lock.request("take", __LINE__);
+  lock.release("take", __LINE__);
+}
+
+// A wake-up that is owed and never paid hangs here: it is due when any lock is released, and before
+// the thread that owes it waits itself.
+TEST(EventSemaphore, WakesOthersThoughItIsPostedUnderLocks) {
+  UNIX_Critical_Section lock;
+  std::function<void(Sleeper&)> const payments[] = {
+      [&](Sleeper&) { takeAndRelease(lock); },
+      [](Sleeper& sleeper) { takeAndRelease(sleeper.lock); },
+      [](Sleeper& sleeper) { EXPECT_TRUE(passes(sleeper.back, kLong, true)); },
+      [](Sleeper& sleeper) { sleeper.join(); },
+  };
+  for (auto const& pay : payments) {
+    Sleeper sleeper;
+    sleeper.start_thread(0);
+    sleeper.untilItSleeps();
+    lock.request("owing", __LINE__);
+    sleeper.gate.post();
+    pay(sleeper);
+    sleeper.through.acquire();
+    lock.release("owing", __LINE__);
+    sleeper.join();
+  }
+}
+
+// Those who wait look, sleep and take the lock from each other; a release that wakes nobody hangs.
+TEST(CriticalSection, KeepsThreadsApartAndLeavesNobodyAsleep) {
+  constexpr int kThreads = 4, kRounds = 5'000;
+  UNIX_Critical_Section lock;
+  int count = 0;
+  auto const work = [&] {
+    for (int i = 0; i < kRounds; ++i) {
+      errno = EDOM;
+      lock.request("count", __LINE__);
+      lock.request("count", __LINE__);
+      ++count;
+      lock.release("count", __LINE__);
+      if (i % 8 == 0) ::sched_yield();
+      lock.release("count", __LINE__);
+      ASSERT_EQ(errno, EDOM);
+    }
+  };
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back(work);
+  threads.clear();
+  EXPECT_EQ(count, kThreads * kRounds);
 }
 
 }  // namespace
