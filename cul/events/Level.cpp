@@ -43,6 +43,12 @@ CUL_Event* EventDispatcherBase::Level::find(void const* tag) const {
   return first;
 }
 
+void EventDispatcherBase::Level::insertLate(CUL_Timer_Event& timer) {
+  unsigned int const count = timers.count();
+  timers.insert(isLast(timer) ? count : placeOf(timer, count - late, count), &timer);
+  if (++late == kMostLate) join();
+}
+
 unsigned int EventDispatcherBase::Level::placeOf(CUL_Timer_Event const& timer, unsigned int low,
                                                  unsigned int end) const {
   for (unsigned int left = end - low; left != 0;) {

@@ -27,16 +27,12 @@ struct CUL_LOCAL EventDispatcherBase::Level {
   unsigned int late = 0;              // the timers at the end that have not joined the others
 
   void insert(CUL_Timer_Event& timer) {
-    unsigned int const count = timers.count();
     // Most come in the order of their due times.
-    if (count == 0 || timers[count - 1]->timeoutTime <= timer.timeoutTime) {
+    if (late == 0 && isLast(timer)) {
       timers.append(&timer);
-      if (late != 0) ++late;
     } else {
-      timers.insert(placeOf(timer, count - late, count), &timer);
-      ++late;
+      insertLate(timer);
     }
-    if (late == kMostLate) join();
   }
 
   // Takes the next event that may run off the levels up to `top`, or gives null and lowers
@@ -63,6 +59,12 @@ struct CUL_LOCAL EventDispatcherBase::Level {
   static void discard(CUL_Event* event);
 
   static constexpr unsigned int kMostLate = 256;
+
+  bool isLast(CUL_Timer_Event const& timer) const {
+    unsigned int const count = timers.count();
+    return count == 0 || timers[count - 1]->timeoutTime <= timer.timeoutTime;
+  }
+  void insertLate(CUL_Timer_Event& timer);
 
   // Where `timer` belongs among those from `low` up to `end`: behind all that are due no later.
   unsigned int placeOf(CUL_Timer_Event const& timer, unsigned int low, unsigned int end) const;
