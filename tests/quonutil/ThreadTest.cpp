@@ -137,15 +137,18 @@ TEST(CriticalSection, KeepsThreadsApartAndLeavesNobodyAsleep) {
   constexpr int kThreads = 4, kRounds = 5'000;
   UNIX_Critical_Section lock;
   int count = 0;
+  auto const add = [&] {
+    lock.request("add", __LINE__);
+    ++count;
+    lock.release("add", __LINE__);
+  };
   auto const work = [&] {
     for (int i = 0; i < kRounds; ++i) {
       errno = EDOM;
-      lock.request("count", __LINE__);
-      lock.request("count", __LINE__);
-      ++count;
-      lock.release("count", __LINE__);
+      lock.request("work", __LINE__);
+      add();
       if (i % 8 == 0) ::sched_yield();
-      lock.release("count", __LINE__);
+      lock.release("work", __LINE__);
       ASSERT_EQ(errno, EDOM);
     }
   };
