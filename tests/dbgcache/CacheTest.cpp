@@ -82,7 +82,6 @@ TEST_F(Cache, IsInTheHomeDirectoryWhenNoneIsGiven) {
   EXPECT_EQ(start(home.c_str(), "/no/where") + start((home + "/").c_str(), ""), made + made);
   EXPECT_EQ(start("", home) + start(nullptr, home), made + made);
   EXPECT_EQ(bytesOf(cacheSetting()), ":4294967295:noflush");  // the separator is in the directory
-  EXPECT_EQ(std::filesystem::status(made).permissions(), std::filesystem::perms::owner_all);
   std::filesystem::remove(made);
   scratch.write("a:b/.vexcorlz", "");
   EXPECT_EQ(start(home.c_str(), ""), "");
@@ -119,8 +118,6 @@ TEST_F(Cache, ACopyIsNamedByShortNameAndDigestAndHoldsTheBytesAlone) {
   struct stat state;
   ASSERT_EQ(::stat(scratch.path(digestName).c_str(), &state), 0);
   EXPECT_GT(state.st_atime, 0);  // it is young again
-  EXPECT_EQ(state.st_mode, S_IFREG | 0600U);
-  EXPECT_EQ(bytesOf(cache.actualName(file, &digest)), scratch.path(digestName));
   EXPECT_TRUE(cache.actualName(file, nullptr).isEmpty());
   cache.addFile(ByteString("", 0), fileName("d/a(b)"), nullptr);
   EXPECT_THAT(scratch.names(), ElementsAre("a(b)", digestName));
@@ -166,26 +163,24 @@ TEST_F(Cache, APatternRemovalTakesEveryDigestAndNothingElse) {
   EXPECT_THAT(scratch.names(), ElementsAre("main.o", "main.o.d", "main_o.1", "x"));
 }
 
-TEST_F(Cache, TheLimitOfTheAgeIsExactAndWraps) {
+TEST_F(Cache, TheLimitOfTheAgeWrapsAndALinkIsAsOldAsWhatItLeadsTo) {
   frozenTime = 2000000000;
-  std::filesystem::create_symlink("stays", scratch.path("link"));  // is as old as what it leads to
-  constexpr long kRows[][3] = {{48, 172800, 172801}, {0, -5, 1}, {1193047, 1904, 1905}};
-  TraceCapture capture({TraceFlag::detail});
-  for (auto const& [hours, stays, goes] : kRows) {
-    age(scratch.write("stays", ""), stays);
-    age(scratch.write("goes", ""), goes);
-    cache.remove(static_cast<unsigned int>(hours));
-    EXPECT_THAT(scratch.names(), ElementsAre("link", "stays")) << hours;
-    std::string const how = hours == 0 ? "Clearing cache" : "Removing files in cache";
-    EXPECT_THAT(capture.lines().at(0), testing::StartsWith("remove ** " + how));
+  for (auto [name, seconds] : {std::pair{"future", -5}, {"stays", 1904}, {"goes", 1905}}) {
+    age(scratch.write(name, ""), seconds);
   }
+  std::filesystem::create_symlink("stays", scratch.path("link"));
+  std::filesystem::create_symlink("nowhere", scratch.path("dangling"));
+  cache.remove(1193047U);
+  EXPECT_THAT(scratch.names(), ElementsAre("dangling", "future", "link", "stays"));
 }
 
 TEST_F(Cache, RemovesAtTheStartByAllHoursOrAllAndThenBySixteenBitsOfTheHours) {
   frozenTime = 2000000000;
   ThreadFronts::clock = kHalfAnHour;
-  for (auto [name, hours] : {std::pair{"older", 65536 + 48}, {"middle", 48}, {"young", 47}}) {
-    age(scratch.write(name, ""), hours * 3600L + 1);
+  constexpr int kHour = 3600;
+  for (auto [name, seconds] :
+       {std::pair{"older", 65584 * kHour + 1}, {"middle", 48 * kHour + 1}, {"young", 48 * kHour}}) {
+    age(scratch.write(name, ""), seconds);
   }
   setParameter(scratch.path() + ":65584");
   WatchedCache watched;
@@ -194,7 +189,9 @@ TEST_F(Cache, RemovesAtTheStartByAllHoursOrAllAndThenBySixteenBitsOfTheHours) {
   CacheScratch const other;
   age(other.write("file", ""), 1);
   setParameter(other.path() + ":24:flush");
+  TraceCapture capture({TraceFlag::detail});
   WatchedCache flushed;
+  EXPECT_EQ(capture.lines().at(0), "remove ** Clearing cache directory " + other.path() + "/");
   EXPECT_EQ(bytesOf(cacheSetting()), other.path() + "/:24:flush");
   EXPECT_TRUE(other.names().empty());
   watched.throwsAt = 1;

@@ -7,6 +7,13 @@
 
 #include "quonutil/trace/TraceImplementation.h"
 
+/// A trace line without its source line number.
+inline std::string withoutNumber(char const* line, unsigned int length) {
+  std::string text(line, length);
+  auto const colon = text.find(':');
+  return text.erase(colon, text.find(' ', colon) - colon);
+}
+
 /// Collects the trace lines of its lifetime, without their source line numbers.
 class TraceCapture {
  public:
@@ -26,10 +33,7 @@ class TraceCapture {
 
  private:
   static void take(void* self, char const* line, unsigned int length) {
-    std::string text(line, length);
-    auto const colon = text.find(':');
-    text.erase(colon, text.find(' ', colon) - colon);
-    static_cast<TraceCapture*>(self)->lines_.push_back(text);
+    static_cast<TraceCapture*>(self)->lines_.push_back(withoutNumber(line, length));
   }
 
   std::vector<TraceFlag> flags_;

@@ -5,43 +5,17 @@
 #include <algorithm>
 #include <cstring>
 
-#include "quonutil/trace/TraceImplementation.h"
-
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Kind {
-  char const* calls;
-  std::vector<int> errors;
-  Fate::Way failing = Fate::kFails;
-};
-Kind const& kindOf(std::string const& call) {
-  static auto const& kinds = *new std::vector<Kind>{
-      {" open openat opendir fdopendir stat fstatat mkdir unlink unlinkat ",
-       {ENOENT, EACCES, EMFILE, ENOTDIR, ELOOP, ENOSPC, EROFS, EINTR, EPERM, EBUSY, EISDIR, EIO}},
-      {" read write lseek fstat futimens ", {EIO, EINTR, EAGAIN, EINVAL, ENOSPC, EDQUOT, EFBIG}},
-      {" readdir getcwd getpwuid_r time mmap pthread_create ", {ENOMEM, EAGAIN, ERANGE, EMFILE}},
-      // What these are to give up is gone in any case.
-      {" close closedir munmap ", {EIO, EINTR, ENOSPC, EDQUOT}, Fate::kFailsBehind},
-      {" new ", {ENOMEM}},
-  };
-  return *std::find_if(kinds.begin(), kinds.end(), [word = " " + call + " "](Kind const& kind) {
-    return std::strstr(kind.calls, word.c_str()) != nullptr;
-  });
-}
-
 bool isTransfer(Call const& call) { return call.name == "read" || call.name == "write"; }
 
-// Without the number of the source line.
 void take(void*, char const* line, unsigned int length) {
   auto* const run = static_cast<Run*>(CallWatch::current);
   if (run == nullptr) return;
   Watching const nobody(nullptr);
-  std::string text(line, length);
-  auto const colon = text.find(':');
-  text.erase(colon, text.find(' ', colon) - colon);
-  run->lines += run->world.shortened(text) + "\n";
+  run->lines += run->world.shortened(withoutNumber(line, length)) + "\n";
 }
 
 }  // namespace
@@ -109,7 +83,24 @@ void World::restore() const {
 }
 
 std::vector<Fate> fatesOf(Call const& call) {
-  Kind const& kind = kindOf(call.name);
+  struct Kind {
+    char const* calls;
+    std::vector<int> errors;
+    Fate::Way failing = Fate::kFails;
+  };
+  static auto const& kinds = *new std::vector<Kind>{
+      {" open openat opendir fdopendir stat fstatat mkdir unlink unlinkat ",
+       {ENOENT, EACCES, EMFILE, ENOTDIR, ELOOP, ENOSPC, EROFS, EINTR, EPERM, EBUSY, EISDIR, EIO}},
+      {" read write lseek fstat futimens ", {EIO, EINTR, EAGAIN, EINVAL, ENOSPC, EDQUOT, EFBIG}},
+      {" readdir getcwd getpwuid_r time mmap pthread_create ", {ENOMEM, EAGAIN, ERANGE, EMFILE}},
+      // What these are to give up is gone in any case.
+      {" close closedir munmap ", {EIO, EINTR, ENOSPC, EDQUOT}, Fate::kFailsBehind},
+      {" new ", {ENOMEM}},
+  };
+  Kind const& kind =
+      *std::find_if(kinds.begin(), kinds.end(), [word = " " + call.name + " "](Kind const& each) {
+        return std::strstr(each.calls, word.c_str()) != nullptr;
+      });
   std::vector<Fate> fates;
   for (int error : kind.errors) fates.push_back({kind.failing, error});
   if (call.name == "mkdir") fates.push_back({Fate::kFailsBehind, EEXIST});  // another was first
