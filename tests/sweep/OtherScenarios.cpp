@@ -94,18 +94,16 @@ void environment(Run& run) {
   for (char** next = variables->envp(); *next != nullptr; ++next) run << std::string(*next);
 }
 
-void appendBytes(Run& run) {
-  Byte_String bytes("bytes", 5);
-  run.attempt([&] { bytes += bytes; });
-  run << bytesOf(bytes.diagFormat());
-}
-
-void replaceBytes(Run& run) {
-  Byte_String bytes("bytes", 5);
+void bytes(Run& run) {
+  Byte_String bytes("by", 2);
   Bit_Pattern pattern(16, "1234");
   Bit_Pattern const wide(64, "5");
   EncodedString shown;
-  run.attempt([&] { bytes.assign(kLong, 32), pattern = wide; });
+  run.attempt([&] {
+    bytes += bytes;
+    bytes.assign(kLong, 32);
+    pattern = wide;
+  });
   run << bytesOf(bytes.diagFormat()) << " " << pattern.bits() << bytesOf(pattern.format(shown));
 }
 
@@ -177,10 +175,9 @@ std::vector<Scenario> otherScenarios() {
                {"texts/catalog", "~/texts/catalog: no message 1 in set 1"}),
       scenario("Environment", {}, environment, "NAME=a text *",
                "new -> bad_alloc NAME=@(value|a text*)OTHER=*"),
-      scenario("BytesAppend", {}, appendBytes, "*\"bytesbytes\"", "new -> bad_alloc *\"bytes\""),
-      scenario(
-          "BytesReplace", {}, replaceBytes, "*\"a text that is t\" 640000000000000005",
-          "new#2 -> bad_alloc *\"a text that is t\" 161234; new -> bad_alloc *\"bytes\" 161234"),
+      scenario("Bytes", {}, bytes, "*\"a text that is t\" 640000000000000005",
+               "new#1 -> bad_alloc *\"by\" 161234; new#2 -> bad_alloc *\"byby\" 161234"
+               "; new -> bad_alloc *\"a text that is t\" 161234"),
       scenario("PostTimer", {}, postTimer, "9", "new -> bad_alloc 8"),
       scenario("Thread", {}, thread, "ran0",
                "new -> bad_alloc none0; pthread_create -> error %e none0"),

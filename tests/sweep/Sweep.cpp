@@ -78,11 +78,8 @@ std::vector<Rule> parsed(std::string const& text) {
     bool const setsResult = rule.find(" -> ") != rule.npos;
     std::string const result = cutOff(rule, " -> "), line = cutOff(rule, " => ");
     std::string const nth = cutOff(rule, "#"), call = cutOff(rule, ">");
-    if (call.empty()) {
-      rules.push_back({"", rule, nth, line, result, setsResult});
-    } else {
-      rules.push_back({rule, call, nth, line, result, setsResult});
-    }
+    bool const isAlone = call.empty();
+    rules.push_back({isAlone ? "" : rule, isAlone ? rule : call, nth, line, result, setsResult});
   }
   return rules;
 }
