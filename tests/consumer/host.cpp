@@ -1,5 +1,5 @@
 // Crosses the border between a host and the installed libraries: texts go in, a name comes out, and
-// a failure is thrown over it. With a locale, shows a message in its language.
+// a failure is thrown over it. Shows a message, with an argument in the language of that locale.
 #include <cerrno>
 #include <cstdio>
 
@@ -9,21 +9,19 @@
 #include "cul/platform/UNIX_ApiFailure.h"
 
 int main(int argc, char** argv) {
-  if (argc > 1) {
-    CUL_Product::instance()->set_locale(EncodedString(argv[1], EncodedString::kSystemText));
-    std::puts(CUL_Message(MsgID{1, 2}, List<EncodedString const*>()).text().data());
-    return 0;
-  }
+  auto const text = [](char const* bytes) {
+    return EncodedString(bytes, EncodedString::kSystemText);
+  };
+  if (argc > 1) CUL_Product::instance()->set_locale(text(argv[1]));
+  std::puts(CUL_Message(MsgID{1, 2}).text().data());
   FileName found;
-  EncodedString const path("/nowhere:/bin", EncodedString::kSystemText);
-  FileName const shell(EncodedString("sh", EncodedString::kSystemText));
-  if (CUL_Api::findFile(shell, path, found) != 0) return 1;
   try {
+    if (CUL_Api::findFile(FileName(text("sh")), text("/nowhere:/bin"), found) != 0) return 1;
     CUL_Api::write(-1, "", 1);
   } catch (CUL_ApiFailure const& failure) {
-    if (failure.rc != EBADF || failure.reason.isEmpty()) return 1;
     std::printf("the installed libraries serve this host, and %s\n", found.data());
-    return found == EncodedString("/bin/sh", EncodedString::kSystemText) ? 0 : 1;
+    bool const isTold = failure.rc == EBADF && !failure.reason.isEmpty();
+    return isTold && found == text("/bin/sh") ? 0 : 1;
   }
   return 1;
 }

@@ -1,5 +1,4 @@
-// Has an object of each kind that gdb shows, and stops with a lock held by one thread and asked for
-// by another. Never ends by itself.
+// Has an object of each kind that gdb shows, and hangs: one thread holds a lock, another wants it.
 #include <latch>
 #include <thread>
 
@@ -31,21 +30,17 @@ struct Work : CUL_Event {
   void (*action)();
 };
 
-struct Sooner : CUL_Timer_Event {
-  using CUL_Timer_Event::CUL_Timer_Event;
-};
-
 EncodedString encoded(char const* bytes) { return {bytes, EncodedString::kLibraryText}; }
 
 void fillQueues() {
   constexpr unsigned long kLongDelay = 2'000'000'000;  // nothing of it falls due in a test
   auto* const dispatcher = CUL_Dispatcher::instance();
   dispatcher->post(*new Work(take), 1);  // the first to run
-  auto* const tagged = new Work;
-  tagged->tag = &contended;
-  dispatcher->post(*tagged, 1);
+  dispatcher->post(*new Work, 1);
   dispatcher->post(*new CUL_Timer_Event(kLongDelay), 1);
-  dispatcher->post(*new Sooner(kLongDelay / 2), 1);
+  auto* const sooner = new CUL_Timer_Event(kLongDelay / 2);
+  sooner->tag = &contended;
+  dispatcher->post(*sooner, 1);
   dispatcher->post(*new Work, 3);
   dispatcher->block(2);
   dispatcher->makeAlternate()->post(*new CUL_Timer_Event(kLongDelay), 1);

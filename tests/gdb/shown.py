@@ -23,19 +23,19 @@ OBJECTS = {
     "text": r'"café \"\351\"\012"',
     "message": r'message 12 of set 3, its text not yet asked for = {%1 = "café \"\351\"\012"}',
 }  # fmt: skip
-WORK = "(anonymous namespace)::Work at ADDRESS, tag"
+WORK = "(anonymous namespace)::Work at ADDRESS, tag its own address"
 REQUESTED = ('Lock at ADDRESS: held by thread 1, taken by "holding" at line N, 2 deep\n'
              "  thread 3 is in a request for it\n")  # fmt: skip
 COMMANDS = {
     "cul queues": f"""\
 Process-wide dispatcher at ADDRESS: 3 levels, 2 served, 4 queued, dispatched by thread 3
   level 0: 1 event, 2 timers
-    event 0: {WORK} ADDRESS
-    timer 0: (anonymous namespace)::Sooner at ADDRESS, tag its own address, due TIME
+    event 0: {WORK}
+    timer 0: CUL_Timer_Event at ADDRESS, tag ADDRESS, due TIME
     timer 1: CUL_Timer_Event at ADDRESS, tag its own address, due TIME
   level 1: 0 events, 0 timers
   level 2: 1 event, 0 timers, held back
-    event 0: {WORK} its own address
+    event 0: {WORK}
 Alternate at ADDRESS: 1 level, 1 served, 1 queued, dispatched by thread 2
   level 0: 0 events, 1 timer
     timer 0: CUL_Timer_Event at ADDRESS, tag its own address, due TIME

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <nl_types.h>
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
@@ -126,16 +127,14 @@ TEST(Product, AModulesNameReplacesAllOfTheNameBefore) {
 }
 
 TEST(Product, ItsDataTellTheNameTheVersionAndTheTime) {
-  std::string const bytes(reinterpret_cast<char const*>(&__productData), 1024);
-  std::string fields, filled;
-  for (auto const& [at, size] : {std::pair{0U, 512U}, {512U, 256U}, {768U, 128U}, {896U, 128U}}) {
-    fields.append(&bytes[at]).append("|");
-    filled.append(&bytes[at]).resize(at + size);
-  }
-  EXPECT_EQ(bytes, filled);
-  EXPECT_THAT(fields, testing::ContainsRegex("^Copyright [^|]*\n[^|]*\n[|]cul: [^|\n]*[|][0-9.]+[|]"
-                                             "[A-Z][a-z][a-z] [0-3][0-9] 20[0-9][0-9] at "
-                                             "[0-2][0-9]:[0-5][0-9]:[0-5][0-9][|]$"));
+  using testing::MatchesRegex;
+  std::string bytes(reinterpret_cast<char const*>(&__productData), 1024);
+  std::replace(bytes.begin(), bytes.end(), '\0', '|');
+  EXPECT_THAT(bytes.substr(0, 512), MatchesRegex("Copyright [^|]*\n[^|]*\n[|]+"));
+  EXPECT_THAT(bytes.substr(512, 256), MatchesRegex("cul: [^|\n]*[|]+"));
+  EXPECT_THAT(bytes.substr(768, 128), MatchesRegex("[0-9.]+[|]+"));
+  EXPECT_THAT(bytes.substr(896), MatchesRegex("[A-Z][a-z]{2} [0-3][0-9] 20[0-9]{2} at [0-2][0-9]"
+                                              ":[0-5][0-9]:[0-5][0-9][|]+"));
 }
 
 TEST_F(Messages, Printing) {

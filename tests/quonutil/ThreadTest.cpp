@@ -91,11 +91,8 @@ struct Sleeper : StdThread {
   }
   void untilItSleeps() const {
     number.wait(0);
-    std::string state;
-    while (state != "S") {
-      std::ifstream stat("/proc/self/task/" + std::to_string(number) + "/stat");
-      stat >> state >> state >> state;
-    }
+    std::string const path = "/proc/self/task/" + std::to_string(number) + "/stat";
+    for (std::string state; state != "S";) std::ifstream(path) >> state >> state >> state;
   }
 
   std::atomic<pid_t> number = 0;
@@ -137,16 +134,12 @@ TEST(CriticalSection, KeepsThreadsApartAndLeavesNobodyAsleep) {
   constexpr int kThreads = 4, kRounds = 5'000;
   UNIX_Critical_Section lock;
   int count = 0;
-  auto const add = [&] {
-    lock.request("add", __LINE__);
-    ++count;
-    lock.release("add", __LINE__);
-  };
   auto const work = [&] {
     for (int i = 0; i < kRounds; ++i) {
       errno = EDOM;
       lock.request("work", __LINE__);
-      add();
+      takeAndRelease(lock);
+      ++count;
       if (i % 8 == 0) ::sched_yield();
       lock.release("work", __LINE__);
       ASSERT_EQ(errno, EDOM);

@@ -9,7 +9,6 @@
 
 namespace {
 
-using std::filesystem::create_directories;
 using testing::ElementsAre;
 
 std::string joined(List<FileName*> const& names) {
@@ -30,8 +29,6 @@ struct Watched : UNIX_File_System {
 // In a working directory of its own.
 struct Search : testing::Test {
   Search() { std::filesystem::current_path(scratch.path()); }
-  ~Search() override { std::filesystem::current_path("/"); }
-
   static std::string in(std::string const& root, std::string const& name) {
     return bytesOf(SearchTree(fileName(root)).search(fileName(name)));
   }
@@ -55,9 +52,8 @@ TEST_F(Search, WhereProgramsModulesAndSourcesAreLookedFor) {
   watched.find_executable(fileName("no"));
   watched.find_load_module(fileName("m"));
   ::setenv("LD_LIBRARY_PATH", "/opt/lib", 1);
-  constexpr char const* kRows[][2] = {{"", ""},    {".", ""},   {"/w", "/w"},
-                                      {"/w", "a"}, {"/w", "."}, {"./", ""}};
-  for (auto const& [current, path] : kRows) {
+  for (auto const& [current, path] :
+       {std::pair("", ""), {".", ""}, {"/w", "/w"}, {"/w", "a"}, {"/w", "."}, {"./", ""}}) {
     watched.set_current_directory(fileName(current));
     watched.findSourceFile(fileName("d/s"), text(path));
   }
@@ -68,52 +64,48 @@ TEST_F(Search, WhereProgramsModulesAndSourcesAreLookedFor) {
 }
 
 TEST_F(Search, AnEntryIsADirectoryAndWhatIsFoundMayHaveAMemberOrHasToBeExecutable) {
-  UNIX_File_System const system;
   scratch.write("lib.a", "");
   std::string found;
   for (char const* name : {"lib.a(m.o)", "none(m.o)", "d/", ""}) {
-    found += bytesOf(system.find_file(fileName(name), text(":/no/where"))) + ";";
+    found += bytesOf(UNIX_File_System().find_file(fileName(name), text(":/no/where"))) + ";";
   }
-  EXPECT_EQ(found, "./lib.a(m.o);;;;");
-  EXPECT_TRUE(FileName::findFile(fileName("lib.a"), text("."), true).isEmpty());
-  ::chmod(scratch.path("lib.a").c_str(), 0755);
-  EXPECT_EQ(bytesOf(FileName::findFile(fileName("lib.a"), text("."), true)), "./lib.a");
-}
-
-TEST_F(Search, ModulesAreCollectedFromWholeTrees) {
-  for (char const* path : {"a/x", "b"}) create_directories(path);
-  for (char const* path : {"a/m.so", "a/x/n.so", "a/x/m.so", "b/n.so"}) scratch.write(path, "x");
-  FileName first = fileName("/lib/m.so"), second = fileName("n.so");
-  List<FileName*> wanted, found;
-  for (auto* name : {&first, &second, &first}) wanted.append(name);
-  int counter = 10;
-  {
-    TraceCapture capture({TraceFlag::detail});
-    UNIX_File_System().find_module_recursive(wanted, found, &counter, text("b:nowhere:a"));
-    std::string const line = "find_module_recursive ** SEARCHING using searchRecursiveComplete of ";
-    EXPECT_THAT(capture.lines(), ElementsAre(line + "b", line + "nowhere", line + "a"));
+  for (mode_t mode : {0644U, 0755U}) {
+    ::chmod(scratch.path("lib.a").c_str(), mode);
+    found += bytesOf(FileName::findFile(fileName("lib.a"), text("."), true)) + ";";
   }
-  UNIX_File_System().find_module_recursive(wanted, found, nullptr, text("b"));
-  EXPECT_EQ(joined(found) + std::to_string(counter), "b/n.so;a/m.so;a/x/m.so;a/x/n.so;b/n.so;14");
-  found.deleteElements();
+  EXPECT_EQ(found, "./lib.a(m.o);;;;;./lib.a;");
 }
 
 TEST_F(Search, ADirectoryComesBeforeWhatIsBelowItInByteOrderAndLinksLeadToFilesAlone) {
   for (char const* path : {"b/x", "a/y", "a/z/x", "\xFF/q", "b/q/d", ".h", "..h"}) {
-    create_directories(path);
+    std::filesystem::create_directories(path);
   }
-  for (char const* path : {"b/f", "a/z/f", "a/y/g", "b/x/g", "\xFF/e", "b/q/d/e", "top"}) {
+  for (char const* path :
+       {"b/f", "a/z/f", "a/z/h", "a/z/g", "a/y/g", "b/x/g", "\xFF/e", "b/q/d/e", "top"}) {
     scratch.write(path, "");
   }
-  constexpr char const* kLinks[][2] = {
-      {"../../a", "a/y/loop"}, {"b/q", "root"}, {"top", "link"}, {"none", "none"}};
-  for (auto const& [target, link] : kLinks) std::filesystem::create_symlink(target, link);
+  for (auto const& [target, link] :
+       {std::pair("../../a", "a/y/loop"), {"b/q", "root"}, {"top", "link"}, {"none", "none"}}) {
+    std::filesystem::create_symlink(target, link);
+  }
   EXPECT_EQ(in("", "f") + in(".", "top") + in("", "link"), "./a/z/f./top./link");
   EXPECT_EQ(in("", "g") + in("b/", "e") + in("root", "e"), "./a/y/gb/q/d/eroot/d/e");
   EXPECT_EQ(in("", "e") + in("top", "top"), "./b/q/d/e");
   for (char const* none : {"q", "", "..", "b/f", "none", "loop", "root"}) {
     EXPECT_EQ(in("", none), "") << none;
   }
+  FileName names[] = {fileName("/lib/g"), fileName("f"), fileName("h")};
+  List<FileName*> wanted, found;
+  for (int each : {0, 1, 2, 0}) wanted.append(&names[each]);
+  int counter = 10;
+  TraceCapture capture({TraceFlag::detail});
+  UNIX_File_System().find_module_recursive(wanted, found, &counter, text("b:nowhere:a"));
+  UNIX_File_System().find_module_recursive(wanted, found, nullptr, text("b"));
+  std::string const line = "find_module_recursive ** SEARCHING using searchRecursiveComplete of ";
+  EXPECT_THAT(capture.lines(), ElementsAre(line + "b", line + "nowhere", line + "a", line + "b"));
+  EXPECT_EQ(joined(found) + std::to_string(counter),
+            "b/f;b/x/g;a/y/g;a/z/f;a/z/g;a/z/h;b/f;b/x/g;16");
+  found.deleteElements();
 }
 
 TEST(CoverageFilter, SelectsByPatternInclusionAndCoverage) {
