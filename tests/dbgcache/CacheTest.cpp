@@ -1,5 +1,3 @@
-#include <cerrno>
-
 #include "cul/events/CUL_Dispatcher.h"
 #include "tests/dbgcache/TestCache.h"
 #include "tests/support/ThreadFronts.h"

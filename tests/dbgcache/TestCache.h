@@ -1,15 +1,9 @@
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include <memory>
-#include <string>
-
 #include "cul/dbgcache/DbgCacheUnix.h"
 #include "quonutil/settings/DebuggerParameters.h"
 #include "quonutil/settings/DebuggerSettings.h"
 #include "tests/support/CallFronts.h"
-#include "tests/support/Scratch.h"
 #include "tests/support/TraceCapture.h"
 
 inline void setParameter(std::string const& parameter) {

@@ -1,12 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
-#include <utility>
-
 #include "cul/environment/UNIX_Environment.h"
 #include "quonutil/collections/AutoList.h"
-#include "tests/support/Scratch.h"
+#include "tests/support/Prelude.h"
 
 namespace {
 

@@ -1,13 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <latch>
-#include <memory>
-#include <random>
-#include <semaphore>
 #include <string_view>
-#include <thread>
-#include <vector>
 
 #include "cul/events/CUL_Condition.h"
 #include "cul/events/CUL_Dispatcher.h"

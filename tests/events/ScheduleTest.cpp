@@ -1,16 +1,8 @@
 // The dispatcher under every schedule of a few threads that has at most two preemptions. Lock,
 // semaphore and yield of the companion are defined here. One thread runs at a time; at each wait
 // and release of theirs, in an event that runs and in an event's destructor another may go on.
-#include <gmock/gmock.h>
 
-#include <algorithm>
 #include <deque>
-#include <functional>
-#include <memory>
-#include <semaphore>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "quonutil/threads/StdThread.h"
 #include "tests/events/TestDispatcher.h"

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <optional>
-#include <string>
-#include <utility>
 
 #include "cul/events/CUL_Timer_Event.h"
 #include "cul/events/EventDispatcherBase.h"
+#include "tests/support/Prelude.h"
 #include "tests/support/ThreadFronts.h"
 
 /// An event that does something when it runs, and something else when it is deleted, with how it

@@ -1,6 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <functional>
 #include <limits>
 
 #include "tests/files/TestFile.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cul/files/CUL_File.h"
-#include "tests/support/Scratch.h"
+#include "tests/support/Prelude.h"
 
 /// A file whose fields may be seen.
 class TestFile : public CUL_File {

@@ -1,9 +1,4 @@
-#include <gmock/gmock.h>
 #include <nl_types.h>
-
-#include <algorithm>
-#include <functional>
-#include <utility>
 
 #include "cul/messages/CUL_Message.h"
 #include "cul/messages/CUL_Product.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/Scratch.h"
+#include "tests/support/Prelude.h"
 
 /// Makes the catalog `name` with gencat from lines like "7 text" and "$set 3". Gives its path.
 inline std::string compile(Scratch const& scratch, std::string const& name, std::string lines) {

@@ -1,5 +1,4 @@
-// Hexadecimal patterns against GMP, numbers against sscanf and printf. The first byte is the
-// pattern's number of bits.
+// Patterns against GMP, numbers against sscanf and printf. The first byte is the number of bits.
 
 #include <gmp.h>
 

@@ -7,10 +7,9 @@
 #include "tests/support/Scratch.h"
 
 /// Each model defines this: it holds what the library makes of bytes from outside against what it
-/// promises, or against a slow and simple way to the same. Bytes come from a test or libFuzzer.
-///
-/// libFuzzer's have one more in front: which allocation fails on a first way through, that then
-/// ends in std::bad_alloc. Nothing may be lost by it, and a second way must find all well.
+/// promises, or against a slow and simple way to the same. libFuzzer's bytes have one in front:
+/// which allocation fails on a first way through, that then ends in std::bad_alloc. Nothing may be
+/// lost by it, and a second way must find all well.
 void check(std::string const& bytes);
 
 inline unsigned int failingAllocation = 0;  ///< counts down to the one that fails

@@ -1,5 +1,4 @@
-// Any bytes, taken for a search path, for quoted words, for a file name, for wide characters and
-// for a message: each against another way to the same.
+// Any bytes as a path, words, a name, wide characters and a message: each against another way.
 
 #include <cstring>
 #include <deque>

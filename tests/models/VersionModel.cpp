@@ -1,5 +1,4 @@
-// Whatever /proc/version holds: 255 bytes of it are kept, up to the first zero, and its numbers are
-// what sscanf reads.
+// Of /proc/version 255 bytes are kept, up to the first zero; its numbers are what sscanf reads.
 
 #include <cstdio>
 #include <cstring>

@@ -1,7 +1,3 @@
-#include <gmock/gmock.h>
-
-#include <cerrno>
-
 #include "cul/platform/LINUX_Api.h"
 #include "cul/platform/UNIX_ApiFailure.h"
 #include "tests/models/Model.h"

@@ -1,9 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <random>
-#include <vector>
-
 #include "quonutil/collections/List.h"
+#include "tests/support/Prelude.h"
 
 TEST(List, BehavesAsAVectorWhateverIsDoneToIt) {
   std::mt19937 random(7);

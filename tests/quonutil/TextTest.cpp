@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <stdexcept>
-#include <string>
 #include <string_view>
 
 #include "quonutil/digest/MD5.h"
 #include "quonutil/text/CharString.h"
-#include "tests/support/Scratch.h"
+#include "tests/support/Prelude.h"
 
 TEST(CharString, DecodesUtf8AndLosesNoOtherByte) {
   constexpr std::pair<std::string_view, wchar_t const*> kRows[] = {

@@ -1,20 +1,9 @@
-#include <gtest/gtest.h>
 #include <sched.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <fstream>
-#include <functional>
-#include <semaphore>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "quonutil/threads/StdThread.h"
 #include "quonutil/threads/UNIX_Critical_Section.h"
 #include "quonutil/threads/UNIX_Event_Semaphore.h"
+#include "tests/support/Prelude.h"
 
 namespace {
 

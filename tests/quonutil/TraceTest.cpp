@@ -1,16 +1,8 @@
-#include <gmock/gmock.h>
-
 #include <sys/resource.h>
 
-#include <cerrno>
-#include <csignal>
 #include <cstdarg>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "quonutil/trace/TraceFile.h"
-#include "tests/support/Scratch.h"
 #include "tests/support/TraceCapture.h"
 
 namespace {

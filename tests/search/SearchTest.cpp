@@ -1,10 +1,7 @@
-#include <gmock/gmock.h>
-
 #include "cul/search/CUL_CCfilter.h"
 #include "cul/search/UNIX_File_System.h"
 #include "quonutil/names/SearchTree.h"
 #include "quonutil/settings/DebuggerSettings.h"
-#include "tests/support/Scratch.h"
 #include "tests/support/TraceCapture.h"
 
 namespace {

@@ -28,8 +28,7 @@ class Scratch {
   Scratch() {
     if (::mkdtemp(path_.data()) == nullptr) std::abort();
   }
-  Scratch(Scratch const&) = delete;
-  Scratch& operator=(Scratch const&) = delete;
+  Scratch& operator=(Scratch&&) = delete;  // nor is it copied
   ~Scratch() { std::filesystem::remove_all(path_); }
 
   std::string path(std::string const& name = "") const {

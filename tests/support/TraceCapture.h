@@ -1,11 +1,7 @@
 #pragma once
 
-#include <initializer_list>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "quonutil/trace/TraceImplementation.h"
+#include "tests/support/Prelude.h"
 
 /// A trace line without its source line number.
 inline std::string withoutNumber(char const* line, unsigned int length) {
@@ -21,8 +17,7 @@ class TraceCapture {
     traceImplementation().setSink(&TraceCapture::take, this);
     for (auto flag : flags_) traceImplementation().setFlag(flag, true);
   }
-  TraceCapture(TraceCapture const&) = delete;
-  TraceCapture& operator=(TraceCapture const&) = delete;
+  TraceCapture& operator=(TraceCapture&&) = delete;  // nor is it copied
   ~TraceCapture() {
     for (auto flag : flags_) traceImplementation().setFlag(flag, false);
     traceImplementation().setSink(nullptr, nullptr);

@@ -1,6 +1,3 @@
-#include <cstdlib>
-#include <cstring>
-
 #include "cul/events/CUL_Dispatcher.h"
 #include "tests/support/ThreadFronts.h"
 #include "tests/sweep/Scenario.h"

@@ -1,5 +1,3 @@
-#include <csignal>
-
 #include "cul/environment/CUL_Environment.h"
 #include "cul/events/CUL_EventDispatcher.h"
 #include "cul/events/CUL_Timer_Event.h"

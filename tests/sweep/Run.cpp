@@ -2,9 +2,6 @@
 
 #include <fnmatch.h>
 
-#include <algorithm>
-#include <cstring>
-
 namespace fs = std::filesystem;
 
 namespace {

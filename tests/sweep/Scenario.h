@@ -1,12 +1,9 @@
 #pragma once
 
-#include <cerrno>
-#include <functional>
 #include <map>
 #include <new>
 #include <ostream>
 #include <system_error>
-#include <vector>
 
 #include "cul/events/EventDispatcherBase.h"
 #include "cul/platform/CUL_ApiFailure.h"

@@ -1,6 +1,3 @@
-#include <algorithm>
-#include <csignal>
-#include <cstdio>
 #include <sstream>
 
 #include "cul/events/CUL_Dispatcher.h"

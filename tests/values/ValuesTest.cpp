@@ -1,10 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <random>
-
 #include "cul/values/Bit_Pattern.h"
 #include "cul/values/Byte_String.h"
 #include "tests/models/Model.h"
+#include "tests/support/Prelude.h"
 
 namespace {
 
