@@ -2,10 +2,6 @@
 
 #include "quonutil/threads/LateWake.h"
 
-UNIX_Critical_Section::UNIX_Critical_Section() noexcept = default;
-
-UNIX_Critical_Section::~UNIX_Critical_Section() = default;
-
 void UNIX_Critical_Section::request(char const* label, unsigned int line) noexcept {
   mutex_.request();
   LateWake::lockTaken();

@@ -8,10 +8,10 @@
 /// it shows the operation that last took it, and the source line.
 class QUONUTIL_EXPORT QUONUTIL_LOCK UNIX_Critical_Section {
  public:
-  UNIX_Critical_Section() noexcept;
+  UNIX_Critical_Section() noexcept = default;
   UNIX_Critical_Section(UNIX_Critical_Section const&) = delete;
   UNIX_Critical_Section& operator=(UNIX_Critical_Section const&) = delete;
-  ~UNIX_Critical_Section();
+  ~UNIX_Critical_Section() = default;
 
   /// Waits until the lock is free or this thread's own. `label` names the operation and is kept:
   /// it is a literal. `line` is the caller's.
