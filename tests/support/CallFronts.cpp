@@ -111,8 +111,7 @@ CUL_FRONT(int, pthread_create,
           fate.error, own(thread, attributes, start, argument))
 CUL_FRONT(time_t, time, (time_t * out), -1, frozenTime != 0 ? frozenTime : own(out))
 
-// Straight to the kernel: the thread sanitizer maps memory while it starts, when no library can be
-// asked yet. For its sake nothing in here is instrumented.
+// Straight to the kernel: the thread sanitizer maps memory before any library can be asked.
 CUL_FRONT(void*, mmap, (void* at, size_t length, int protection, int flags, int fd, off_t offset),
           MAP_FAILED,
           reinterpret_cast<void*>(::syscall(SYS_mmap, at, length, protection, flags, fd, offset)),

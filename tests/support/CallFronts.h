@@ -56,6 +56,5 @@ inline long frozenTime = 0;
 /// What the password database answers while it is not null: the home directory of every user.
 inline char const* passwordHome = nullptr;
 
-/// Bytes that watched threads have allocated with operator new and nobody has deleted yet; each
-/// block counts for one more.
+/// Bytes that watched threads have made by new and nobody has deleted; each block counts one more.
 inline std::atomic<long> liveMemory = 0;

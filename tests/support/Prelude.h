@@ -1,7 +1,6 @@
 #pragma once
 
-// What nearly every test needs: GoogleTest, the standard library's most usual headers, and a
-// directory of its own.
+// What nearly every test needs.
 #include <gmock/gmock.h>
 
 #include <algorithm>

@@ -42,10 +42,6 @@ void wrongWhenItFails() {
   if (failed) throw std::system_error(errno, std::generic_category());
 }
 
-Scenario::Body doing(void (*operation)()) {
-  return [=](Run& run) { run.attempt(operation); };
-}
-
 // Each in a process of its own: one ends the dispatcher.
 TEST(SelfTest, EachCheckFindsWhatItIsThereFor) {
   struct {
@@ -59,18 +55,19 @@ TEST(SelfTest, EachCheckFindsWhatItIsThereFor) {
         "nothing is promised of mkdir", "the dispatcher does not run"}},
       {wrongWhenItFails, {"cache/main.o is ''", "\nfor\nerror 13", "that came before it"}},
   };
-  for (auto const& [operation, complaints] : rows) {
+  for (auto const& row : rows) {
+    auto const body = [&](auto& run) { run.attempt(row.operation); };
     Scenario const faulty =
-        scenario("Wrong", {{"cache", "/"}, {"cache/main.o", "data"}}, doing(operation), "",
+        scenario("Wrong", {{"cache", "/"}, {"cache/main.o", "data"}}, body, "",
                  "stat -> error %e ; @(open|mmap|unlink|write*)", {"cache/main.o", "", "data"});
     int const end = inChild([&] {
       auto const found = sweep(faulty);
       auto const isFound = [&](char const* complaint) {
         return testing::Matches(testing::Contains(testing::HasSubstr(complaint)))(found);
       };
-      return std::all_of(complaints.begin(), complaints.end(), isFound) ? 7 : 0;
+      return std::all_of(row.complaints.begin(), row.complaints.end(), isFound) ? 7 : 0;
     });
-    EXPECT_EQ(end, 7) << testing::PrintToString(complaints);
+    EXPECT_EQ(end, 7) << testing::PrintToString(row.complaints);
   }
 }
 

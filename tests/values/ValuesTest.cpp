@@ -5,7 +5,6 @@
 
 namespace {
 
-// Has GMP, sscanf and printf look at what becomes of a text.
 void compare(unsigned int bits, std::string const& digits) {
   ASSERT_NO_THROW(check(static_cast<char>(bits) + digits)) << bits << " bits of " << digits;
 }
