@@ -19,7 +19,7 @@ TEST(CharString, DecodesUtf8AndLosesNoOtherByte) {
     CharString text;
     text.loadFrom(bytes.data(), static_cast<unsigned int>(bytes.size()),
                   EncodedString::kSystemText);
-    EXPECT_EQ(std::wstring(text.data(), text.length()), expected);
+    EXPECT_EQ(text, CharString(expected));
     EXPECT_EQ(bytesOf(text.encoded()), bytes);
   }
   EXPECT_EQ(bytesOf(CharString(L"\xD800\x110000\xFFFFFFFF").encoded()),
