@@ -27,19 +27,20 @@ TEST(CharString, DecodesUtf8AndLosesNoOtherByte) {
 }
 
 TEST(CharString, ReplacesWhatBeginsBehindAPlace) {
-  CharString text(L"aXaX");
-  std::string all;
-  auto const change = [&](wchar_t const* from, wchar_t const* to, unsigned int start) {
-    text.change(from, to, start);
-    all += bytesOf(text.encoded()) + " ";
+  struct {
+    wchar_t const *text, *from, *to;
+    unsigned int start;
+    wchar_t const* expected;
+  } constexpr kRows[] = {
+      {L"aXaX", L"X", L"XX", 0, L"aXXaXX"}, {L"aXaX", L"aX", L"", 2, L"aX"},
+      {L"aaa", L"aa", L"b", 1, L"ba"},      {L"aa", L"", L"b", 1, L"aa"},
+      {L"aa", L"a", L"b", 3, L"aa"},
   };
-  change(L"X", L"XX", 0);
-  change(L"aX", L"", 2);
-  change(L"XX", L"b", 1);  // of which there are two, that overlap
-  change(L"", L"b", 1);
-  change(L"X", L"", 3);
-  change(L"b", L"", 4);
-  EXPECT_EQ(all, "aXXaXX aXXX abX abX ab ab ");
+  for (auto const& row : kRows) {
+    CharString text(row.text);
+    text.change(row.from, row.to, row.start);
+    EXPECT_EQ(text, CharString(row.expected)) << row.expected;
+  }
 }
 
 TEST(EncodedString, EveryLengthAroundTheInnerBuffer) {
