@@ -1,12 +1,8 @@
 #include "quonutil/threads/UNIX_Event_Semaphore.h"
 
-#include <linux/futex.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <ctime>
 
+#include "quonutil/threads/Futex.h"
 #include "quonutil/threads/LateWake.h"
 
 namespace {
@@ -27,14 +23,6 @@ unsigned long nanosecondsNow() noexcept {
   ::clock_gettime(CLOCK_MONOTONIC, &reading);
   return static_cast<unsigned long>(reading.tv_sec) * 1'000'000'000 +
          static_cast<unsigned long>(reading.tv_nsec);
-}
-
-// Sleeps until it is woken or interrupted, or `limit` is over: then it gives true. Does not sleep
-// at all when `word` is not 0.
-bool sleepOn(std::atomic<unsigned int>& word, timespec const& limit) noexcept {
-  return ::syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, 0, &limit, nullptr,
-                   FUTEX_BITSET_MATCH_ANY) != 0 &&
-         errno == ETIMEDOUT;
 }
 
 }  // namespace
@@ -79,7 +67,7 @@ bool UNIX_Event_Semaphore::wait(unsigned long time, WaitTimeScale /*scale*/, boo
   bool passed = false;
   ++waiting_;
   for (bool over = false; !over && !passed;) {
-    over = sleepOn(isOpen_, limit);
+    over = Futex::sleep(&isOpen_, 0, &limit);
     passed = passes(close);
   }
   --waiting_;
